@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+
+namespace rewindle {
+
+/// An owned run of samples whose storage is not filled before it is written. Movable, not copyable.
+class SampleArray {
+public:
+    SampleArray() = default;
+    /// The samples hold whatever the memory held. Throws std::bad_alloc.
+    explicit SampleArray(std::size_t size) : samples_(size ? new float[size] : nullptr), size_(size) {}
+
+    [[nodiscard]] float* data() noexcept { return samples_.get(); }
+    [[nodiscard]] const float* data() const noexcept { return samples_.get(); }
+    [[nodiscard]] std::size_t size() const noexcept { return size_; }
+    [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
+    [[nodiscard]] float operator[](std::size_t i) const noexcept { return samples_[i]; }
+    operator std::span<const float>() const noexcept { return {data(), size_}; }
+
+private:
+    std::unique_ptr<float[]> samples_;
+    std::size_t size_ = 0;
+};
+
+/// A stretch of stereo audio, one array per channel, both of the same length.
+struct StereoSamples {
+    SampleArray left;
+    SampleArray right;
+};
+
+} // namespace rewindle

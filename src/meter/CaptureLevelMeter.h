@@ -1,0 +1,2 @@
+#pragma once
+// owned by the implementation

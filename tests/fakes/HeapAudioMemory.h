@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/AudioMemory.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace rewindle::test {
+
+/// Audio memory from the C heap, whose large blocks come untouched from the system, too.
+class HeapAudioMemory final : public AudioMemory {
+public:
+    [[nodiscard]] Block allocate(std::size_t bytes) override {
+        void* block = std::calloc(1, bytes);
+        if (!block) throw std::bad_alloc();
+        return Block(block, Release{[](void* p, std::size_t) { std::free(p); }, bytes});
+    }
+};
+
+} // namespace rewindle::test
