@@ -15,7 +15,8 @@ public:
     DelayedWork() = default;
     explicit DelayedWork(std::shared_ptr<std::atomic<bool>> cancelled) : cancelled_(std::move(cancelled)) {}
 
-    /// From the work's own queue: it will not run. From elsewhere it may just have begun. Safe when empty or done.
+    /// From the work's own queue: it will not run. From elsewhere it may just have begun. Safe when empty or
+    /// done.
     void cancel() {
         if (cancelled_) cancelled_->store(true, std::memory_order_relaxed);
     }
@@ -28,7 +29,8 @@ private:
 ///
 /// Threads: every method may be called from any thread.
 /// Errors:  work must not throw.
-/// Lifecycle: work still waiting when the queue is destroyed is dropped; so is work given to a queue that ended.
+/// Lifecycle: work still waiting when the queue is destroyed is dropped; so is work given to a queue that
+/// ended.
 class SerialQueue {
 public:
     using Work = std::function<void()>;

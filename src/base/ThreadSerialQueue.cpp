@@ -4,7 +4,8 @@
 
 namespace rewindle {
 
-ThreadSerialQueue::ThreadSerialQueue(std::string label) : label_(std::move(label)), thread_([this] { run(); }) {}
+ThreadSerialQueue::ThreadSerialQueue(std::string label)
+    : label_(std::move(label)), thread_([this] { run(); }) {}
 
 ThreadSerialQueue::~ThreadSerialQueue() {
     {
@@ -15,7 +16,9 @@ ThreadSerialQueue::~ThreadSerialQueue() {
     thread_.join();
 }
 
-bool ThreadSerialQueue::isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
+bool ThreadSerialQueue::isCurrent() const {
+    return std::this_thread::get_id() == thread_.get_id();
+}
 
 void ThreadSerialQueue::async(Work work) {
     // The smallest time keeps immediate work in order, and ahead of everything that was put off.

@@ -1,0 +1,172 @@
+#include "platform/pipewire/TapReceiver.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+
+namespace rewindle {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A copy of ten minutes holds the capture thread up for less than a second; twice that twice over is held.
+constexpr double kFifoSeconds = 4;
+constexpr std::size_t kLiveWakeFrames = 480;
+constexpr std::int64_t kStallNanoseconds = 2'000'000'000;
+
+} // namespace
+
+TapReceiver::TapReceiver(Setup setup, PipeWireLoopQueue& captureQueue, const Clock& clock, LogSink& log,
+                         const std::atomic<DeliveryPace>& pace, TroubleCounters& troubles,
+                         AudioHardware::IoProc proc, Handlers handlers)
+    : setup_(std::move(setup)), captureQueue_(captureQueue), clock_(clock), log_(log, "CoreAudioTap"),
+      pace_(pace), troubles_(troubles), proc_(std::move(proc)), handlers_(std::move(handlers)),
+      mixdown_(setup_.channelPositions),
+      fifo_(static_cast<std::size_t>(std::ceil(setup_.rate * kFifoSeconds)), setup_.channelPositions.size()),
+      silence_(setup_.bufferFrames, 0.0F), pieces_(setup_.channelPositions.size()) {
+    if (mixdown_.isPassThrough()) return;
+    mixedLeft_ = SampleArray(setup_.bufferFrames);
+    mixedRight_ = SampleArray(setup_.bufferFrames);
+}
+
+void TapReceiver::start() {
+    captureQueue_.sync([this] {
+        signal_.emplace(captureQueue_, [this] { deliver(); });
+        timer_.emplace(captureQueue_, [this] { deliver(); });
+        const auto* first = fifo_.front();
+        lastCycle_ = first ? first->nanoseconds : clock_.uptime().count();
+        axis_.emplace(setup_.rate, lastCycle_);
+        wakeTarget_.store(&*signal_,
+                          std::memory_order_release); // before deliver(), which sees what came until then
+        deliver();
+    });
+}
+
+void TapReceiver::finish() {
+    captureQueue_.sync([this] {
+        if (!axis_) return;
+        deliver();
+        axis_.reset();
+        wakeTarget_.store(nullptr, std::memory_order_relaxed);
+        timer_.reset();
+        signal_.reset();
+    });
+}
+
+void TapReceiver::setSinkRunning(bool running) {
+    sinkRunningSince_.store(running ? clock_.uptime().count() : 0, std::memory_order_relaxed);
+}
+
+void TapReceiver::receive(const CycleTime& time, std::span<const float* const> channels) noexcept {
+    if (muted_.load(std::memory_order_relaxed)) return;
+    if (time.rate != setup_.rate) {
+        if (!formatChanged_.exchange(true, std::memory_order_relaxed)) wake();
+        return;
+    }
+    auto follows = time.position == nextPosition_ ? TapFifo::Follows::directly : TapFifo::Follows::afterBreak;
+    if (paused_.load(std::memory_order_relaxed) && paused_.exchange(false, std::memory_order_relaxed)) {
+        follows = TapFifo::Follows::afterPause;
+    }
+    nextPosition_ = time.position + time.frames;
+    fifo_.write({time.nanoseconds, time.frames, 0, follows}, channels);
+
+    const bool live = pace_.load(std::memory_order_relaxed) == DeliveryPace::live;
+    if (fifo_.waitingFrames() >= (live ? kLiveWakeFrames : fifo_.capacityFrames() / 2)) wake();
+}
+
+void TapReceiver::wake() noexcept {
+    if (woken_.exchange(true, std::memory_order_acq_rel)) return;
+    if (auto* target = wakeTarget_.load(std::memory_order_acquire)) target->trigger();
+}
+
+void TapReceiver::deliver() {
+    if (!axis_) return;
+    woken_.store(false, std::memory_order_release);
+    const auto now = clock_.uptime().count();
+    bool idle = true;
+    while (const auto* cycle = fifo_.front()) {
+        idle = false;
+        deliverCycle(*cycle);
+    }
+    if (idle) deliverSilence(axis_->silenceWhileIdle(now));
+    reportTroubles();
+    checkStall(now);
+    setTimer(idle);
+}
+
+void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle) {
+    if (cycle.lostBefore > 0) {
+        axis_->advance(static_cast<std::int64_t>(cycle.lostBefore));
+        deliverSilence(static_cast<std::int64_t>(cycle.lostBefore));
+    }
+    const auto silence = axis_->silenceBeforeCycle(cycle.nanoseconds, cycle.frames,
+                                                   cycle.follows == TapFifo::Follows::directly);
+    if (silence > 0 && cycle.follows != TapFifo::Follows::afterPause) {
+        troubles_.gaps.fetch_add(1, std::memory_order_relaxed);
+        troubles_.gapFrames.fetch_add(static_cast<std::uint64_t>(silence), std::memory_order_relaxed);
+    }
+    deliverSilence(silence);
+    lastCycle_ = cycle.nanoseconds;
+    hadCycles_ = true;
+    for (std::size_t left = cycle.frames; left > 0;) {
+        const auto piece = std::min<std::size_t>(fifo_.contiguousFrames(), setup_.bufferFrames);
+        deliverPiece(piece);
+        left -= piece;
+        fifo_.consume(piece); // the last piece gives the cycle's record up
+    }
+}
+
+void TapReceiver::deliverPiece(std::size_t frames) {
+    if (mixdown_.isPassThrough()) return call(fifo_.data(0), fifo_.data(1), frames);
+    for (std::size_t i = 0; i < pieces_.size(); ++i)
+        pieces_[i] = fifo_.data(i);
+    mixdown_.process(pieces_, mixedLeft_.data(), mixedRight_.data(), frames);
+    call(mixedLeft_.data(), mixedRight_.data(), frames);
+}
+
+void TapReceiver::deliverSilence(std::int64_t frames) {
+    while (frames > 0) {
+        const auto piece = std::min<std::int64_t>(frames, setup_.bufferFrames);
+        call(silence_.data(), silence_.data(), static_cast<std::size_t>(piece));
+        frames -= piece;
+    }
+}
+
+void TapReceiver::call(const float* left, const float* right, std::size_t frames) {
+    const auto bytes = static_cast<std::uint32_t>(frames * sizeof(float));
+    const std::array<AudioBuffer, 2> buffers{{{1, bytes, left}, {1, bytes, right}}};
+    proc_(buffers);
+}
+
+void TapReceiver::reportTroubles() {
+    const auto overruns = fifo_.overruns();
+    if (overruns == overrunsSeen_) return;
+    const auto frames = fifo_.overrunFrames();
+    troubles_.overruns.fetch_add(overruns - overrunsSeen_, std::memory_order_relaxed);
+    troubles_.overrunFrames.fetch_add(frames - overrunFramesSeen_, std::memory_order_relaxed);
+    log_.warning("capture overrun: " + std::to_string(frames - overrunFramesSeen_) +
+                 " frames replaced by silence");
+    overrunsSeen_ = overruns;
+    overrunFramesSeen_ = frames;
+}
+
+void TapReceiver::checkStall(std::int64_t now) {
+    if (reported_) return;
+    if (formatChanged_.load(std::memory_order_relaxed)) {
+        reported_ = true;
+        return handlers_.onFormatChanged();
+    }
+    const auto runningSince = sinkRunningSince_.load(std::memory_order_relaxed);
+    if (runningSince == 0 || now - std::max(runningSince, lastCycle_) < kStallNanoseconds) return;
+    reported_ = true;
+    handlers_.onStalled(hadCycles_);
+}
+
+void TapReceiver::setTimer(bool idle) {
+    const bool live = pace_.load(std::memory_order_relaxed) == DeliveryPace::live;
+    if (live) return timer_->set(idle ? 20ms : 150ms); // the audio thread wakes us while there is sound
+    timer_->set(idle ? 1000ms : 500ms);
+}
+
+} // namespace rewindle

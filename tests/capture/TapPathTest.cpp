@@ -1,0 +1,176 @@
+#include "capture/StereoMixdown.h"
+#include "capture/TapFifo.h"
+#include "capture/TapTimeAxis.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <thread>
+
+namespace rewindle::test {
+namespace {
+
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr auto kDirectly = TapFifo::Follows::directly;
+
+/// Appends everything that waits to `out`, channel by channel.
+void readAll(TapFifo& fifo, std::vector<std::vector<float>>& out, std::uint64_t& lost) {
+    out.resize(fifo.channels());
+    while (const auto* cycle = fifo.front()) {
+        if (cycle->lostBefore) lost += cycle->lostBefore;
+        // The record is seen once per cycle here: a cycle is consumed before the next look.
+        for (std::size_t left = cycle->frames; left > 0;) {
+            const auto piece = fifo.contiguousFrames();
+            for (std::size_t c = 0; c < fifo.channels(); ++c) {
+                out[c].insert(out[c].end(), fifo.data(c), fifo.data(c) + piece);
+            }
+            fifo.consume(piece);
+            left -= piece;
+        }
+    }
+}
+
+TEST(TapFifo, KeepsCyclesInOrderAtEveryWrapAndReportsWhatDidNotFit) {
+    TapFifo fifo(1000, 2); // 1024 frames
+    std::mt19937 random(7);
+    std::vector<std::vector<float>> received;
+    std::vector<float> sent;
+    std::uint64_t lost = 0;
+    std::uint64_t refused = 0;
+    float next = 1;
+    for (int step = 0; step < 3000; ++step) {
+        std::vector<float> cycle(1 + random() % 300);
+        for (float& sample : cycle)
+            sample = next++;
+        const std::array<const float*, 2> channels{cycle.data(), nullptr};
+        const bool fits = cycle.size() <= fifo.capacityFrames() - fifo.waitingFrames();
+        ASSERT_EQ(fifo.write({step, static_cast<std::uint32_t>(cycle.size()), 0, kDirectly}, channels), fits);
+        if (fits) sent.insert(sent.end(), cycle.begin(), cycle.end());
+        if (!fits) refused += cycle.size();
+        if (random() % 4 == 0) readAll(fifo, received, lost);
+        if (next > 1e6F) next = 1; // stays exact in a float
+    }
+    const std::array<const float*, 2> none{nullptr, nullptr};
+    readAll(fifo, received, lost);
+    ASSERT_TRUE(fifo.write({0, 1, 0, kDirectly}, none)); // carries the count of what was lost last
+    readAll(fifo, received, lost);
+    sent.push_back(0);
+    EXPECT_EQ(received[0], sent);
+    EXPECT_EQ(received[1], std::vector<float>(sent.size(), 0.0F));
+    EXPECT_GT(refused, 0U);
+    EXPECT_EQ(lost, refused);
+    EXPECT_EQ(fifo.overrunFrames(), refused);
+    EXPECT_LE(fifo.overruns(), refused);
+}
+
+TEST(TapFifoThreads, LosesAndTearsNothingBetweenWriterAndReader) {
+    TapFifo fifo(4096, 2);
+    constexpr float kLast = 400'000;
+    std::jthread writer([&] {
+        std::mt19937 random(3);
+        for (float next = 0; next < kLast;) {
+            std::vector<float> cycle(64 + random() % 500);
+            for (std::size_t i = 0; i < cycle.size(); ++i)
+                cycle[i] = next + static_cast<float>(i);
+            const std::array<const float*, 2> channels{cycle.data(), cycle.data()};
+            const auto frames = static_cast<std::uint32_t>(cycle.size());
+            if (fifo.write({static_cast<std::int64_t>(next), frames, 0, kDirectly}, channels)) {
+                next += static_cast<float>(frames);
+            }
+        }
+    });
+    for (float expected = 0; expected < kLast;) {
+        const auto* cycle = fifo.front();
+        if (!cycle) continue;
+        ASSERT_EQ(cycle->nanoseconds, static_cast<std::int64_t>(expected));
+        for (std::size_t left = cycle->frames; left > 0;) {
+            const auto piece = fifo.contiguousFrames();
+            for (std::size_t i = 0; i < piece; ++i) {
+                ASSERT_EQ(fifo.data(0)[i], expected);
+                ASSERT_EQ(fifo.data(1)[i], expected++);
+            }
+            fifo.consume(piece);
+            left -= piece;
+        }
+    }
+}
+
+TEST(TapTimeAxis, CountsTimeThroughSuspendResumeAndAnUneasyClock) {
+    // One minute of cycles at a rate 80 ppm off, stamped with jitter, with suspensions between: frames =
+    // time.
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> jitter(-2e6, 2e6);
+    for (const double rate : {44'100.0, 48'000.0, 192'000.0}) {
+        SCOPED_TRACE(rate);
+        TapTimeAxis axis(rate, 5 * kSecond);
+        constexpr std::uint32_t kCycle = 1024;
+        double time = 5e9;
+        std::int64_t frames = 0;
+        for (int burst = 0; burst < 6; ++burst) {
+            for (double until = time + 7e9; time < until; time += kCycle / rate * 1e9 * (1 - 80e-6)) {
+                const auto stamp = static_cast<std::int64_t>(time + jitter(random));
+                const bool first = time + 7e9 == until;
+                const auto silence = axis.silenceBeforeCycle(stamp, kCycle, !first);
+                ASSERT_TRUE(first || silence == 0);
+                frames += silence + kCycle;
+            }
+            for (double until = time + 3e9; time < until; time += 0.4e9) {
+                frames += axis.silenceWhileIdle(static_cast<std::int64_t>(time));
+            }
+        }
+        frames += axis.silenceBeforeCycle(static_cast<std::int64_t>(time), 0, false);
+        EXPECT_NEAR(static_cast<double>(frames) / rate, time / 1e9 - 5, 0.02);
+    }
+}
+
+TEST(TapTimeAxis, PartsNoSoundForALateCycleAndFillsARealStall) {
+    TapTimeAxis axis(48'000, 0);
+    EXPECT_EQ(axis.silenceBeforeCycle(0, 480, false), 0);
+    EXPECT_EQ(axis.silenceBeforeCycle(10'000'000 + 400'000'000, 480, true),
+              0); // 400 ms late: caught up later
+    EXPECT_EQ(axis.silenceBeforeCycle(20'000'000 + 2 * kSecond, 480, true),
+              95'980); // 2 s, less the 0.4 ms that were followed
+    EXPECT_EQ(axis.silenceBeforeCycle(30'000'000 + 2 * kSecond, 480, true), 0);
+    // Cycles that were skipped and not made up for.
+    EXPECT_EQ(axis.silenceBeforeCycle(60'000'000 + 2 * kSecond, 480, false), 960);
+}
+
+TEST(TapTimeAxis, TakesBackWhatItFilledTooEarly) {
+    TapTimeAxis axis(48'000, 0);
+    EXPECT_EQ(axis.silenceWhileIdle(kSecond), 38'400);              // up to 0.8 s
+    EXPECT_EQ(axis.silenceBeforeCycle(kSecond / 2, 480, false), 0); // came late: its place was taken
+    EXPECT_EQ(axis.silenceBeforeCycle(kSecond * 2, 480, false), 480 * 149 - 14'400); // 1.49 s, less 0.3 s
+}
+
+TEST(StereoMixdown, FollowsTheBroadcastCoefficients) {
+    struct Case {
+        std::vector<std::string> positions;
+        std::array<double, 2> fromOnes; // what a 1 in every channel gives
+    };
+    const double c = 0.70710678;
+    const Case cases[] = {
+        {{"MONO"}, {1, 1}},
+        {{"FL"}, {1, 1}}, // a single channel feeds both sides, whatever its name
+        {{"FL", "FR"}, {1, 1}},
+        {{"FL", "FR", "FC", "LFE", "RL", "RR"}, {1 + 2 * c, 1 + 2 * c}},
+        {{"FL", "FR", "FC", "LFE", "RL", "RR", "SL", "SR"}, {1 + 3 * c, 1 + 3 * c}},
+        {{"AUX0", "AUX1", "AUX2"}, {2, 1}},
+        {{"FL", "FR", "RC", "TFL"}, {1.5 + c, 1.5}},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.positions.size());
+        const StereoMixdown mixdown(test.positions);
+        const std::vector<float> ones(5, 1.0F);
+        const std::vector<const float*> channels(test.positions.size(), ones.data());
+        std::vector<float> left(5, 9.0F);
+        std::vector<float> right(5, 9.0F);
+        mixdown.process(channels, left.data(), right.data(), 5);
+        EXPECT_NEAR(left[4], test.fromOnes[0], 1e-6);
+        EXPECT_NEAR(right[4], test.fromOnes[1], 1e-6);
+        EXPECT_EQ(mixdown.isPassThrough(), test.positions == std::vector<std::string>({"FL", "FR"}));
+    }
+}
+
+} // namespace
+} // namespace rewindle::test
