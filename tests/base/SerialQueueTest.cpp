@@ -1,0 +1,164 @@
+#include "base/ThreadSerialQueue.h"
+#include "fakes/ManualSerialQueue.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
+#include <numeric>
+
+namespace rewindle::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+/// A queue and the way to let its time pass.
+class QueueUnderTest {
+public:
+    virtual ~QueueUnderTest() = default;
+    virtual SerialQueue& queue() = 0;
+    /// Returns when work put off by up to `longest` has run.
+    virtual void letPass(std::chrono::milliseconds longest) = 0;
+};
+
+class ManualQueueUnderTest final : public QueueUnderTest {
+public:
+    SerialQueue& queue() override { return queue_; }
+    void letPass(std::chrono::milliseconds longest) override {
+        clock_.advance(longest);
+        queue_.runDue();
+    }
+
+private:
+    ManualClock clock_;
+    ManualSerialQueue queue_{"a queue", clock_};
+};
+
+class ThreadQueueUnderTest final : public QueueUnderTest {
+public:
+    SerialQueue& queue() override { return queue_; }
+    void letPass(std::chrono::milliseconds longest) override {
+        std::promise<void> passed; // work that is due later than all else
+        queue_.asyncAfter(longest, [&] { passed.set_value(); });
+        passed.get_future().wait();
+    }
+
+private:
+    ThreadSerialQueue queue_{"a queue"};
+};
+
+using Factory = std::unique_ptr<QueueUnderTest> (*)();
+template <class T>
+std::unique_ptr<QueueUnderTest> make() {
+    return std::make_unique<T>();
+}
+
+/// What every queue promises.
+class SerialQueueThreads : public testing::TestWithParam<Factory> {
+protected:
+    SerialQueue& queue() { return subject->queue(); }
+    SerialQueue::Work mark(int number) {
+        return [this, number] { ran.push_back(number); };
+    }
+
+    std::vector<int> ran; // touched on the queue, read after sync or letPass
+    std::unique_ptr<QueueUnderTest> subject = GetParam()();
+};
+
+TEST_P(SerialQueueThreads, RunsWorkInTheOrderInWhichItCame) {
+    std::vector<int> expected(100);
+    std::iota(expected.begin(), expected.end(), 0);
+    for (const int number : expected)
+        queue().async(mark(number));
+    queue().sync([] {});
+    EXPECT_EQ(ran, expected);
+}
+
+TEST_P(SerialQueueThreads, RunsDelayedWorkInTheOrderOfItsTimesBehindWhatIsDue) {
+    queue().asyncAfter(30ms, mark(3));
+    queue().asyncAfter(10ms, mark(1));
+    queue().asyncAfter(20ms, mark(2));
+    queue().async(mark(0));
+    subject->letPass(40ms);
+    EXPECT_THAT(ran, ElementsAre(0, 1, 2, 3));
+}
+
+TEST_P(SerialQueueThreads, DropsCancelledWorkAndOnlyThat) {
+    auto first = queue().asyncAfter(10ms, mark(1));
+    auto second = queue().asyncAfter(20ms, mark(2));
+    auto third = queue().asyncAfter(30ms, mark(3));
+    queue().sync([&] {
+        second.cancel();
+        second.cancel();
+    });
+    DelayedWork().cancel();
+    subject->letPass(40ms);
+    EXPECT_THAT(ran, ElementsAre(1, 3));
+    first.cancel(); // done already
+}
+
+TEST_P(SerialQueueThreads, RunsSynchronousWorkBehindWhatCameBeforeAndDirectlyWhenAlreadyThere) {
+    queue().async(mark(1));
+    queue().sync([&] {
+        queue().async(mark(4));
+        mark(2)();
+        queue().sync(mark(3));
+    });
+    queue().sync([] {});
+    EXPECT_THAT(ran, ElementsAre(1, 2, 3, 4));
+}
+
+TEST_P(SerialQueueThreads, IsCurrentOnlyForItsOwnWork) {
+    EXPECT_FALSE(queue().isCurrent());
+    bool inside = false;
+    queue().sync([&] { inside = queue().isCurrent(); });
+    EXPECT_TRUE(inside);
+    EXPECT_EQ(queue().label(), "a queue");
+}
+
+INSTANTIATE_TEST_SUITE_P(Queues, SerialQueueThreads,
+                         testing::Values(&make<ManualQueueUnderTest>, &make<ThreadQueueUnderTest>),
+                         [](const auto& tested) { return tested.index == 0 ? "Manual" : "Thread"; });
+
+TEST(ThreadSerialQueueThreads, LosesNoWorkOfManyThreadsAndKeepsEachOnesOrder) {
+    std::vector<std::vector<int>> ran(4); // touched on the queue only
+    ThreadSerialQueue queue("many");
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t thread = 0; thread < ran.size(); ++thread) {
+            threads.emplace_back([&, thread] {
+                for (int i = 0; i < 500; ++i)
+                    queue.async([&, thread, i] { ran[thread].push_back(i); });
+            });
+        }
+    }
+    queue.sync([] {});
+    std::vector<int> expected(500);
+    std::iota(expected.begin(), expected.end(), 0);
+    for (const auto& of : ran)
+        EXPECT_EQ(of, expected);
+}
+
+TEST(ThreadSerialQueueThreads, FinishesRunningWorkAndDropsTheRestWhenDestroyed) {
+    std::promise<void> begun;
+    bool finished = false, laterRan = false;
+    const auto held = std::make_shared<int>(0);
+    {
+        ThreadSerialQueue queue("ends early");
+        queue.asyncAfter(1h, [&laterRan, held] { laterRan = true; });
+        queue.async([&] {
+            begun.set_value();
+            for (int i = 0; i < 1000; ++i)
+                std::this_thread::yield(); // most likely still here when the queue ends
+            finished = true;
+            queue.asyncAfter(1h, [&laterRan, held] { laterRan = true; }); // to a queue that ends
+        });
+        begun.get_future().wait();
+    }
+    EXPECT_TRUE(finished);
+    EXPECT_FALSE(laterRan);
+    EXPECT_EQ(held.use_count(), 1) << "dropped work keeps what it captured";
+}
+
+} // namespace
+} // namespace rewindle::test
