@@ -32,8 +32,9 @@ public:
         std::int64_t conversionScratch = 0;
     };
 
-    /// Returns nothing unless the stream is 32-bit float at a whole number of frames per second, 8,000 to
-    /// 384,000. Whether its channels are interleaved is read from each list of buffers.
+    /// Prepares the rate converter where one is needed, in up to 20 ms. Returns nothing unless the stream is
+    /// 32-bit float at a whole number of frames per second, 8,000 to 384,000. Whether its channels are
+    /// interleaved is read from each list of buffers.
     [[nodiscard]] static std::unique_ptr<AudioBufferListConverter> create(const StreamDescription& tap);
 
     const std::int64_t tapChannelCount;     // at least 1

@@ -19,10 +19,10 @@ constexpr std::int64_t kHalfTapsAtLowerRate = 96;
 constexpr double kShape = 13.95;
 constexpr double kCutoff = 0.9535; // of half the lower rate
 
-constexpr std::int64_t kMaxTableBytes = 4 << 20;
+constexpr std::int64_t kMaxTableBytes = std::int64_t{4} << 20;
 // Where the rows would not fit, this many coefficients sample the impulse response. Blending two neighbours
 // is then off by at most (pi / 2048)^2 / 8 of a sample: -130 dB.
-constexpr std::int64_t kBlendedCoefficients = 2048 * 2 * kHalfTapsAtLowerRate;
+constexpr std::int64_t kBlendedCoefficients = kHalfTapsAtLowerRate * 2 * 2048;
 
 std::int64_t ceilDivide(std::int64_t a, std::int64_t b) {
     return (a + b - 1) / b;
