@@ -1,0 +1,26 @@
+#pragma once
+
+#include "base/Result.h"
+
+#include <utility>
+
+namespace rewindle {
+
+/// An open file of the system, closed at the end.
+class FileHandle {
+public:
+    explicit FileHandle(int descriptor) : descriptor_(descriptor) {}
+    FileHandle(FileHandle&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileHandle& operator=(FileHandle&&) = delete;
+    ~FileHandle();
+
+    [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
+    [[nodiscard]] int get() const { return descriptor_; }
+    /// Puts what was written on the storage and closes. Only this tells of storage that failed late.
+    [[nodiscard]] Result<void> syncAndClose();
+
+private:
+    int descriptor_;
+};
+
+} // namespace rewindle

@@ -1,0 +1,137 @@
+#include "platform/files/SndfileWriter.h"
+
+#include "base/SystemError.h"
+#include "platform/TemporaryFolder.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <limits>
+
+namespace rewindle::test {
+namespace {
+
+using Path = std::filesystem::path;
+
+std::string contentOf(const Path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+template <class T>
+T valueAt(const std::string& bytes, std::size_t offset) {
+    T value{};
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
+/// Runs a command and returns what it printed; nothing when it failed.
+std::string outputOf(const std::string& command) {
+    std::FILE* pipe = ::popen((command + " 2>&1").c_str(), "r"); // NOLINT: paths of our own
+    std::string text;
+    std::array<char, 4096> part{};
+    for (std::size_t n = 0; (n = std::fread(part.data(), 1, part.size(), pipe)) > 0;)
+        text.append(part.data(), n);
+    return ::pclose(pipe) == 0 ? text : std::string();
+}
+
+class SndfileWriterTest : public testing::Test {
+protected:
+    /// Values that any rounding, scaling or clipping would change.
+    void fill(std::size_t frames) {
+        left.resize(frames);
+        right.resize(frames);
+        for (std::size_t i = 0; i < frames; ++i) {
+            left[i] = 1.7F * std::sin(0.1F * static_cast<float>(i));
+            right[i] = std::ldexp(left[i], -static_cast<int>(i % 140));
+        }
+        right[0] = std::numeric_limits<float>::denorm_min();
+    }
+    Result<void> write() { return writer.write(path, AudioFileFormat{}, left, right); }
+
+    TemporaryFolder folder;
+    const Path path = folder.path / "clip.wav";
+    SndfileWriter writer;
+    std::vector<float> left;
+    std::vector<float> right;
+};
+
+TEST_F(SndfileWriterTest, WritesAPlainFloatWavWithEverySampleBitForBit) {
+    for (const std::size_t frames : {1U, 2U, 4095U, 4096U, 4097U, 100'000U}) {
+        SCOPED_TRACE(frames);
+        std::filesystem::remove(path);
+        fill(frames);
+        ASSERT_TRUE(write().ok());
+        const std::string bytes = contentOf(path);
+        EXPECT_EQ(bytes.substr(0, 4) + bytes.substr(8, 8), "RIFFWAVEfmt ");
+        EXPECT_EQ(valueAt<std::uint32_t>(bytes, 4), bytes.size() - 8);
+        EXPECT_EQ(valueAt<std::uint16_t>(bytes, 20), 3); // IEEE float
+        EXPECT_EQ(valueAt<std::uint16_t>(bytes, 22), 2);
+        EXPECT_EQ(valueAt<std::uint32_t>(bytes, 24), 48'000U);
+        EXPECT_EQ(valueAt<std::uint16_t>(bytes, 34), 32);
+        const std::size_t data = bytes.find("data");
+        ASSERT_EQ(bytes.size(), data + 8 + frames * 8);
+        EXPECT_EQ(valueAt<std::uint32_t>(bytes, data + 4), frames * 8);
+        EXPECT_EQ(bytes.substr(0, data).find("PEAK"), std::string::npos);
+        for (std::size_t i = 0; i < frames; ++i) {
+            ASSERT_EQ(valueAt<std::uint32_t>(bytes, data + 8 + 8 * i), std::bit_cast<std::uint32_t>(left[i]))
+                << i;
+            ASSERT_EQ(valueAt<std::uint32_t>(bytes, data + 12 + 8 * i),
+                      std::bit_cast<std::uint32_t>(right[i]))
+                << i;
+        }
+    }
+}
+
+TEST_F(SndfileWriterTest, NeverWritesOverAFileAndNamesTheReasonOfEveryFailure) {
+    fill(10);
+    std::ofstream(path) << "mine";
+    EXPECT_EQ(write().error(), systemError(std::errc::file_exists));
+    EXPECT_EQ(contentOf(path), "mine");
+    const auto missing = writer.write(folder.path / "none" / "clip.wav", {}, left, right);
+    EXPECT_EQ(missing.error(), systemError(std::errc::no_such_file_or_directory));
+}
+
+struct Reader {
+    const char* program;
+    const char* command;            // followed by the clip
+    std::vector<const char*> facts; // what it must print
+};
+
+class ClipReaderTest : public SndfileWriterTest, public testing::WithParamInterface<Reader> {};
+
+TEST_P(ClipReaderTest, OtherProgramsReadTheClip) {
+    const Reader& reader = GetParam();
+    if (outputOf(std::string("command -v ") + reader.program).empty())
+        GTEST_SKIP() << reader.program << " is missing";
+    fill(48'000);
+    ASSERT_TRUE(write().ok());
+    const std::string text = outputOf(reader.command + (" '" + path.string() + "'"));
+    for (const char* fact : reader.facts)
+        EXPECT_NE(text.find(fact), std::string::npos) << fact << " in:\n" << text;
+}
+
+INSTANTIATE_TEST_SUITE_P(Programs, ClipReaderTest,
+                         testing::Values(Reader{"sndfile-info",
+                                                "sndfile-info",
+                                                {"Sample Rate : 48000", "Frames      : 48000",
+                                                 "Channels    : 2", "WAVE_FORMAT_IEEE_FLOAT"}},
+                                         Reader{"sox",
+                                                "sox --info",
+                                                {"Channels       : 2", "Sample Rate    : 48000",
+                                                 "= 48000 samples", "32-bit Floating Point PCM"}},
+                                         Reader{"ffprobe",
+                                                "ffprobe -hide_banner",
+                                                {"pcm_f32le", "48000 Hz, 2 channels", "00:00:01.00"}}),
+                         [](const auto& param) {
+                             return param.index == 1 ? "Sox" : param.index == 2 ? "Ffprobe" : "SndfileInfo";
+                         });
+
+} // namespace
+} // namespace rewindle::test
