@@ -11,6 +11,9 @@
 
 namespace rewindle {
 
+/// The shortest clip that can be asked for: 480 frames.
+constexpr double kShortestClipSeconds = 0.01;
+
 /// What a running instance says of itself.
 struct CaptureStatus {
     bool running = false; // capture runs on an output device

@@ -53,7 +53,7 @@ public:
         }
     }
 
-    [[nodiscard]] Observation observe(std::function<void()> observer) {
+    [[nodiscard]] Observation observe(std::function<void()> observer) const {
         const auto id = nextId_++;
         observers_->emplace(id, std::move(observer));
         return Observation([weak = std::weak_ptr(observers_), id] {
@@ -64,7 +64,7 @@ public:
 private:
     using Observers = std::map<std::uint64_t, std::function<void()>>;
     T value_;
-    std::uint64_t nextId_ = 0;
+    mutable std::uint64_t nextId_ = 0; // who watches is no part of the value
     std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
 };
 

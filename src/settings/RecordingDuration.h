@@ -17,7 +17,7 @@ enum class RecordingDuration : int {
     tenMinutes = 600,
 };
 
-constexpr std::array kAllRecordingDurations{
+inline constexpr std::array kAllRecordingDurations{
     RecordingDuration::thirtySeconds, RecordingDuration::fortyFiveSeconds, RecordingDuration::oneMinute,
     RecordingDuration::twoMinutes,    RecordingDuration::threeMinutes,     RecordingDuration::fiveMinutes,
     RecordingDuration::tenMinutes};

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "app/CaptureControl.h"
+#include "base/Log.h"
+#include "capture/Rewindle.h"
+#include "meter/LevelMeterReader.h"
+#include "waveform/ClipExport.h"
+
+#include <memory>
+
+namespace rewindle {
+
+/// Carries out requests on the capture engine, and remembers what there is to tell about it.
+///
+/// Threads:   interface thread. Clips are written on the export queue.
+/// Lifecycle: `shutDown` first, then destroy it before the engine. What is still on a queue then is dropped.
+class EngineCaptureControl final : public CaptureControl {
+public:
+    /// All of it outlives the control, and outlives the work on the queues.
+    struct Services {
+        Rewindle& engine;
+        AudioHardware& hardware;
+        SerialQueue& controlQueue;
+        SerialQueue& exportQueue;
+        SerialQueue& mainQueue;
+        ClipExportServices clips;
+        Log log;
+    };
+
+    /// `onQuit` is called when somebody asks the program to end.
+    EngineCaptureControl(const Services& services, std::function<void()> onQuit);
+    ~EngineCaptureControl() override;
+
+    /// Begins capture; it goes on by itself when the sound server or its output comes and goes.
+    void start();
+    /// Ends capture and lets the exports that were asked for come to their end, then calls `completion`.
+    void shutDown(std::function<void()> completion);
+
+    void exportLast(double seconds, const Path& folder, ExportReply reply) override;
+    void exportAll(const Path& folder, ExportReply reply) override;
+    void setFrozen(bool frozen) override;
+    void requestStatus(std::function<void(const CaptureStatus&)> reply) override;
+    void setDuration(int seconds, std::function<void(Result<void>)> reply) override;
+    Result<void> setGain(double gainDb) override;
+    void quit() override;
+
+private:
+    void exportRange(Rewindle::RangeChoice range, const Path& folder, ExportReply reply);
+    void onExported(const Result<Path>& outcome, const ExportReply& reply);
+    void onOutputDeviceChanged();
+    void requestDeviceDescription(const std::string& uid);
+    void onDeviceDescription(const std::string& uid, const std::string& description);
+    void onCaptureFailed(std::string message);
+    [[nodiscard]] CaptureStatus status();
+    void tellStateChanged() const;
+    void endWhenIdle();
+
+    Services services_;
+    std::function<void()> onQuit_;
+    LevelMeterReader meter_;
+    bool frozen_ = false; // as last asked; the ring buffer's own flag is also set during copies
+    float gainDb_ = 0;
+    std::string deviceUid_;
+    std::string deviceDescription_; // of `deviceUid_`; empty until it is known
+    std::string lastError_;
+    int exportsUnderWay_ = 0;
+    bool captureStopped_ = false;
+    std::function<void()> onShutDown_; // set once shutting down
+    Observation deviceObservation_;
+    std::shared_ptr<EngineCaptureControl*> self_; // replies refer to it weakly: they may come after the end
+};
+
+} // namespace rewindle

@@ -1,0 +1,131 @@
+#include "app/StatusText.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+namespace rewindle {
+namespace {
+
+constexpr double kFramesPerSecond = 48'000;
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+/// With a fixed number of decimals, whatever the locale.
+std::string fixed(double value, int decimals) {
+    std::array<char, 400> text{}; // the longest double has 309 digits before the point
+    const auto [end, error] =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals);
+    return {text.data(), end};
+}
+
+std::string signedDb(double db) {
+    return (db >= 0 ? "+" : "") + fixed(db, 1) + " dB";
+}
+
+/// A meter's reading: nothing is heard below the scale, which ends at -48 dB.
+std::string levelDb(float db) {
+    return db <= -47.5F ? "-inf dB" : signedDb(db);
+}
+
+std::string deviceName(const CaptureStatus& status) {
+    return oneLine(status.deviceDescription.empty() ? status.deviceUid : status.deviceDescription);
+}
+
+std::string stateLine(const CaptureStatus& status) {
+    if (!status.running) return "Not capturing: no output device";
+    const auto frozen = status.frozen ? "Frozen, nothing new is kept; output: " : "Capturing ";
+    return frozen + deviceName(status);
+}
+
+std::string counted(std::uint64_t count, std::string_view what) {
+    return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
+}
+
+std::string troublesLine(const CaptureTroubles& troubles) {
+    const auto seconds = [](std::uint64_t frames) {
+        return " (" + fixed(static_cast<double>(frames) / kFramesPerSecond, 1) + " s)";
+    };
+    return counted(troubles.gaps, "gap") + seconds(troubles.gapFrames) + ", " +
+           counted(troubles.overruns, "overrun") + seconds(troubles.overrunFrames);
+}
+
+std::string jsonString(std::string_view text) {
+    constexpr std::string_view kHex = "0123456789abcdef";
+    std::string out = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') {
+            out += {'\\', c};
+        } else if (isControl(c)) {
+            const auto byte = static_cast<unsigned char>(c);
+            out.append("\\u00").append({kHex[byte >> 4U], kHex[byte & 0xFU]});
+        } else {
+            out += c;
+        }
+    }
+    return out + "\"";
+}
+
+std::string jsonNumber(double value) {
+    return std::isfinite(value) ? fixed(value, 3) : "null";
+}
+
+class JsonObject {
+public:
+    void add(std::string_view key, std::string_view jsonValue) {
+        text_.append(text_.size() > 1 ? ", " : "").append(jsonString(key)).append(": ").append(jsonValue);
+    }
+    void add(std::string_view key, bool value) { add(key, std::string_view(value ? "true" : "false")); }
+    [[nodiscard]] std::string end() const { return text_ + "}\n"; }
+
+private:
+    std::string text_ = "{";
+};
+
+} // namespace
+
+std::string oneLine(std::string_view text) {
+    std::string line(text);
+    std::ranges::replace_if(line, isControl, '?');
+    return line;
+}
+
+std::string statusText(const CaptureStatus& status) {
+    std::string text = stateLine(status) + "\n";
+    text += "Only what goes to the default output is captured.\n";
+    text += "Holds    " + fixed(status.retainedSeconds, 1) + " s of at most " +
+            std::to_string(status.durationSeconds) + " s\n";
+    text += "Level    left " + levelDb(status.displayDb[0]) + " (peak " + levelDb(status.holdDb[0]) +
+            "), right " + levelDb(status.displayDb[1]) + " (peak " + levelDb(status.holdDb[1]) + ")\n";
+    text += "Gain     " + signedDb(status.gainDb) + "\n";
+    text += "Trouble  " + troublesLine(status.troubles) + "\n";
+    if (!status.lastError.empty()) text += "Error    " + oneLine(status.lastError) + "\n";
+    return text;
+}
+
+std::string statusJson(const CaptureStatus& status) {
+    JsonObject json;
+    json.add("running", status.running);
+    json.add("frozen", status.frozen);
+    json.add("captured_outputs", jsonString("default"));
+    json.add("device_uid", jsonString(status.deviceUid));
+    json.add("device_description", jsonString(status.deviceDescription));
+    json.add("duration_seconds", std::to_string(status.durationSeconds));
+    json.add("retained_seconds", jsonNumber(status.retainedSeconds));
+    json.add("total_frames", std::to_string(status.totalFrames));
+    json.add("gain_db", jsonNumber(status.gainDb));
+    json.add("left_display_db", jsonNumber(status.displayDb[0]));
+    json.add("right_display_db", jsonNumber(status.displayDb[1]));
+    json.add("left_hold_db", jsonNumber(status.holdDb[0]));
+    json.add("right_hold_db", jsonNumber(status.holdDb[1]));
+    json.add("gaps", std::to_string(status.troubles.gaps));
+    json.add("gap_frames", std::to_string(status.troubles.gapFrames));
+    json.add("overruns", std::to_string(status.troubles.overruns));
+    json.add("overrun_frames", std::to_string(status.troubles.overrunFrames));
+    json.add("last_error", jsonString(status.lastError));
+    return json.end();
+}
+
+} // namespace rewindle

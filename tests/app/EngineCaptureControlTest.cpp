@@ -1,0 +1,288 @@
+#include "app/EngineCaptureControl.h"
+#include "fakes/CapturingLogSink.h"
+#include "fakes/FakeAudioHardware.h"
+#include "fakes/FakeFileSystem.h"
+#include "fakes/HeapAudioMemory.h"
+#include "fakes/ManualQueues.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <numeric>
+
+namespace rewindle::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using Call = FakeAudioHardware::Call;
+using Path = std::filesystem::path;
+
+constexpr AudioObjectID kSpeakers = 50;
+constexpr auto kClips = "/home/user/Music/rewindle";
+
+/// The engine with its control, in a world under the test's control. The left samples count the frames.
+class EngineCaptureControlTest : public testing::Test {
+protected:
+    EngineCaptureControlTest() {
+        hardware.addDevice(kSpeakers, "speakers");
+        hardware.setDefaultDevice(kSpeakers);
+        control.emplace(EngineCaptureControl::Services{engine,
+                                                       hardware,
+                                                       queues.control,
+                                                       exportQueue,
+                                                       queues.main,
+                                                       {files, writer, queues.clock},
+                                                       Log(log, "Headless")},
+                        [this] { ++quits; });
+        control->onClipExported = [this](const Path& path) { clips.push_back(path); };
+        control->onCaptureStateChanged = [this] { ++changes; };
+    }
+
+    void settle() {
+        do
+            queues.settle();
+        while (exportQueue.runDue() > 0);
+    }
+    void start() {
+        control->start();
+        settle();
+    }
+    void play(std::size_t frames) {
+        std::vector<float> left(frames);
+        std::iota(left.begin(), left.end(), static_cast<float>(played));
+        hardware.play(left, std::vector<float>(frames, 0.5F));
+        played += frames;
+    }
+    CaptureControl::ExportReply takeExport() {
+        return [this](Result<Path> outcome) { exported.push_back(std::move(outcome)); };
+    }
+    CaptureStatus status() {
+        std::optional<CaptureStatus> result;
+        control->requestStatus([&](const CaptureStatus& now) { result = now; });
+        settle();
+        EXPECT_TRUE(result);
+        return result.value_or(CaptureStatus{});
+    }
+    /// First and last frame of the clip that was made last.
+    std::pair<float, float> lastClip() {
+        if (exported.empty() || !exported.back()) return {-1, -1};
+        const auto& left = files.files[exported.back().value()].left;
+        return {left.front(), left.back()};
+    }
+
+    ManualQueues queues;
+    ManualSerialQueue exportQueue{"com.rewindle.export", queues.clock};
+    FakeAudioHardware hardware{queues.control};
+    HeapAudioMemory memory;
+    CapturingLogSink log;
+    FakeFileSystem files;
+    FakeAudioFileWriter writer{files};
+    Rewindle engine{RecordingDuration::thirtySeconds,
+                    0,
+                    {hardware, queues.capture, queues.control, queues.main, queues.clock, memory, log, 77}};
+    std::optional<EngineCaptureControl> control;
+    std::size_t played = 0;
+    std::vector<Result<Path>> exported;
+    std::vector<Path> clips;
+    int changes = 0;
+    int quits = 0;
+};
+
+TEST_F(EngineCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheRequest) {
+    start();
+    play(96'000); // still waits in the device
+    struct Case {
+        double seconds;
+        float first;
+    };
+    for (const auto& [seconds, first] : {Case{0.5, 72'000}, Case{0.01, 95'520}, Case{0.0100104, 95'520},
+                                         Case{2, 0}, Case{2.5, 0}, Case{1e300, 0}}) {
+        SCOPED_TRACE(seconds);
+        control->exportLast(seconds, {}, takeExport());
+        settle();
+        EXPECT_EQ(lastClip(), std::pair(first, 95'999.0F));
+        queues.clock.advance(5ms); // another name for the next
+    }
+    ASSERT_FALSE(clips.empty());
+    EXPECT_EQ(clips[0].parent_path(), kClips);
+    EXPECT_EQ(clips.back(), exported.back().value());
+}
+
+TEST_F(EngineCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGiven) {
+    start();
+    play(31 * 48'000); // one second more than is kept
+    control->exportAll("/home/user/new", takeExport());
+    settle();
+    EXPECT_EQ(lastClip(), std::pair(48'000.0F, 31 * 48'000 - 1.0F));
+    EXPECT_EQ(exported[0].value().parent_path(), "/home/user/new");
+}
+
+TEST_F(EngineCaptureControlTest, TwoExportsInTheSameMillisecondBothSucceed) {
+    start();
+    play(48'000);
+    control->exportAll({}, takeExport());
+    control->exportLast(0.5, {}, takeExport());
+    settle();
+    ASSERT_EQ(exported.size(), 2U);
+    ASSERT_TRUE(exported[0] && exported[1]);
+    EXPECT_EQ(files.files[exported[0].value()].left.size(), 48'000U);
+    EXPECT_EQ(files.files[exported[1].value()].left.size(), 24'000U);
+    EXPECT_EQ(clips.size(), 2U);
+}
+
+TEST_F(EngineCaptureControlTest, FailedExportGivesItsReasonAndLeavesTheAudioAlone) {
+    start();
+    control->exportAll({}, takeExport());
+    settle();
+    play(48'000);
+    control->exportAll("/home/nobody/clips", takeExport());
+    writer.failure = std::errc::no_space_on_device;
+    control->exportAll({}, takeExport());
+    settle();
+    ASSERT_EQ(exported.size(), 3U);
+    EXPECT_EQ(exported[0].error().message, "There is not enough audio to export.");
+    EXPECT_THAT(exported[1].error().message, HasSubstr("Could not write the audio file: "));
+    EXPECT_THAT(exported[2].error().message, HasSubstr("No space left on device"));
+    EXPECT_TRUE(files.files.empty());
+    EXPECT_TRUE(clips.empty());
+
+    writer.failure = {};
+    control->exportAll({}, takeExport());
+    settle();
+    EXPECT_EQ(lastClip(), std::pair(0.0F, 47'999.0F));
+}
+
+TEST_F(EngineCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
+    EXPECT_FALSE(status().running);
+    start();
+    play(24'000);
+    const auto now = status();
+    EXPECT_TRUE(now.running);
+    EXPECT_EQ(now.deviceUid, "speakers");
+    EXPECT_EQ(now.deviceDescription, "Device speakers");
+    EXPECT_EQ(now.durationSeconds, 30);
+    EXPECT_EQ(now.retainedSeconds, 0.5);
+    EXPECT_EQ(now.totalFrames, 24'000);
+    EXPECT_NEAR(now.displayDb[1], -6.02, 0.01);
+    EXPECT_NEAR(now.holdDb[1], -6.02, 0.01);
+    EXPECT_EQ(now.lastError, "");
+    EXPECT_EQ(log.count("Headless: Capturing Device speakers (speakers)"), 1);
+}
+
+TEST_F(EngineCaptureControlTest, FreezeHoldsWhatIsThereAndIsToldAsLastAsked) {
+    start();
+    play(4'800);
+    control->setFrozen(true);
+    settle();
+    const int before = changes;
+    play(4'800);
+    control->exportAll({}, takeExport());
+    EXPECT_TRUE(status().frozen);
+    EXPECT_EQ(status().totalFrames, 4'800);
+    control->exportAll({}, takeExport()); // the copy freezes on its own account
+    control->setFrozen(false);
+    EXPECT_FALSE(status().frozen);
+    play(4'800);
+    EXPECT_EQ(status().totalFrames, 9'600);
+    EXPECT_EQ(changes, before + 1);
+}
+
+TEST_F(EngineCaptureControlTest, StartErrorIsToldOnceAndForgottenWhenCaptureRuns) {
+    hardware.refuse(Call::createTap, -111);
+    start();
+    queues.runFor(10s);
+    EXPECT_EQ(status().lastError, "Failed to create system audio tap (error -111).");
+    EXPECT_FALSE(status().running);
+    EXPECT_EQ(log.count("Headless: Failed to create system audio tap"), 1);
+    hardware.allow(Call::createTap);
+    queues.runFor(3s);
+    EXPECT_EQ(status().lastError, "");
+    EXPECT_TRUE(status().running);
+}
+
+TEST_F(EngineCaptureControlTest, RestartErrorSaysThatItIsTriedAgain) {
+    start();
+    hardware.refuse(Call::start, -5);
+    hardware.fire(AudioProperty::defaultOutputDevice);
+    queues.runFor(6s); // all six tries
+    const auto failed = status();
+    EXPECT_EQ(failed.lastError,
+              "Audio capture stopped after an output change. It will retry automatically. (Failed "
+              "to start system audio capture (error -5).)");
+    EXPECT_FALSE(failed.running);
+    EXPECT_EQ(failed.deviceDescription, "");
+    hardware.allow(Call::start);
+    queues.runFor(4s);
+    EXPECT_TRUE(status().running);
+    EXPECT_EQ(status().lastError, "");
+}
+
+TEST_F(EngineCaptureControlTest, DurationChangesWhenTheAudioHasBeenMoved) {
+    start();
+    play(48'000);
+    std::vector<bool> replies;
+    const auto reply = [&](const Result<void>& outcome) { replies.push_back(outcome.ok()); };
+    control->setDuration(31, reply);
+    EXPECT_EQ(replies, std::vector{false});
+    control->setDuration(600, reply);
+    EXPECT_EQ(replies.size(), 1U); // not before it is done
+    const int before = changes;
+    settle();
+    control->setDuration(600, reply); // nothing to do is done at once
+    settle();
+    EXPECT_EQ(replies, (std::vector{false, true, true}));
+    EXPECT_EQ(changes, before + 1);
+    EXPECT_EQ(status().durationSeconds, 600);
+    EXPECT_EQ(status().totalFrames, 48'000);
+}
+
+TEST_F(EngineCaptureControlTest, GainIsClampedAndMustBeANumber) {
+    start();
+    for (const auto& [asked, set] :
+         {std::pair(-6.0, -6.0F), std::pair(99.0, 20.0F), std::pair(-1e30, -20.0F)}) {
+        EXPECT_TRUE(control->setGain(asked));
+        EXPECT_EQ(status().gainDb, set);
+    }
+    EXPECT_FALSE(control->setGain(std::numeric_limits<double>::quiet_NaN()));
+    EXPECT_EQ(status().gainDb, -20.0F);
+    play(4'800); // half of full scale
+    control->exportLast(0.01, {}, takeExport());
+    settle();
+    EXPECT_NEAR(files.files[exported.back().value()].right.back(), 0.05F, 1e-4F);
+}
+
+TEST_F(EngineCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {
+    start();
+    play(48'000);
+    control->quit();
+    EXPECT_EQ(quits, 1);
+    control->exportAll({}, takeExport());
+    bool ended = false;
+    control->shutDown([&] { ended = true; });
+    queues.settle(); // capture has stopped; the clip is not written yet
+    control->setFrozen(false);
+    play(48'000);
+    EXPECT_FALSE(ended);
+    control->exportAll({}, takeExport());
+    ASSERT_EQ(exported.size(), 1U);
+    EXPECT_FALSE(exported[0]);
+    settle();
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(lastClip(), std::pair(0.0F, 47'999.0F));
+    EXPECT_EQ(hardware.liveObjects(), 0U);
+}
+
+TEST_F(EngineCaptureControlTest, WhatIsStillOnTheQueuesAtItsEndIsDropped) {
+    start();
+    play(480);
+    control->exportAll({}, takeExport());
+    control->requestStatus([](const CaptureStatus&) { FAIL() << "nobody is there to ask"; });
+    control->setDuration(600, [](const Result<void>&) {});
+    control.reset();
+    settle();
+    EXPECT_TRUE(exported.empty());
+}
+
+} // namespace
+} // namespace rewindle::test

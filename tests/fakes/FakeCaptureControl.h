@@ -1,0 +1,47 @@
+#pragma once
+
+#include "app/CaptureControl.h"
+#include "settings/RecordingDuration.h"
+
+#include <cmath>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace rewindle::test {
+
+/// A running instance under the test's control. Exports wait until the test finishes them.
+class FakeCaptureControl final : public CaptureControl {
+public:
+    struct Export {
+        std::optional<double> seconds; // none: all
+        Path folder;
+        ExportReply reply;
+    };
+
+    void exportLast(double seconds, const Path& folder, ExportReply reply) override {
+        exports.push_back({seconds, folder, std::move(reply)});
+    }
+    void exportAll(const Path& folder, ExportReply reply) override {
+        exports.push_back({std::nullopt, folder, std::move(reply)});
+    }
+    void setFrozen(bool frozen) override { status.frozen = frozen; }
+    void requestStatus(std::function<void(const CaptureStatus&)> reply) override { reply(status); }
+    void setDuration(int seconds, std::function<void(Result<void>)> reply) override {
+        if (!recordingDurationFromSeconds(seconds)) return reply(Error{0, "no such duration"});
+        status.durationSeconds = seconds;
+        reply({});
+    }
+    Result<void> setGain(double gainDb) override {
+        if (!std::isfinite(gainDb)) return Error{0, "no such gain"};
+        status.gainDb = static_cast<float>(gainDb);
+        return {};
+    }
+    void quit() override { ++quits; }
+
+    CaptureStatus status;
+    std::vector<Export> exports; // in the order of the requests
+    int quits = 0;
+};
+
+} // namespace rewindle::test

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+namespace rewindle::test {
+
+/// Writes down what an instance tells everybody on the bus.
+class ControlSignalListener final : public QObject {
+    Q_OBJECT
+
+public:
+    QStringList clips;
+    int changes = 0;
+
+public Q_SLOTS:
+    void onClip(const QString& path) { clips.append(path); }
+    void onChange() { ++changes; }
+};
+
+} // namespace rewindle::test
