@@ -22,10 +22,12 @@ namespace rewindle {
 
 /// The capture engine: owns the retained audio and everything that feeds it.
 ///
-/// Threads: interface thread, except where a method says otherwise. Audio is softened, metered and appended on the
-///          capture queue; so are copies and replacements of the ring buffer made there, between two appends, while
-///          the device's own queue holds what arrives: no copy and no change of duration loses a frame.
-/// Errors:  a start that fails is reported once and tried again every 3.0 s until it works or is stopped.
+/// Threads:   interface thread, except where a method says otherwise. Audio is softened, metered and
+///            appended on the capture queue. Copies and replacements of the ring buffer are made there too,
+///            between two appends, while the device holds what arrives: neither loses a frame.
+/// Errors:    a start that fails is reported once and tried again every 3.0 s until it works or is stopped.
+/// Lifecycle: the destructor ends capture and waits for both queues. No callback and no completion is
+///            called after it.
 class Rewindle {
 public:
     /// What the engine works with; all of it outlives the engine.
@@ -37,6 +39,7 @@ public:
         Clock& clock;
         AudioMemory& memory;
         LogSink& log;
+        std::int64_t processIdentifier = 0; // of this process, whose own playback is left out
     };
     /// All are called on the interface thread, but for `captureGainDbForOutputDeviceUid` (the control queue).
     struct Callbacks {
@@ -50,38 +53,46 @@ public:
 
     Rewindle(RecordingDuration duration, float gainDb, Services services);
     ~Rewindle();
+    Rewindle(const Rewindle&) = delete;
+    Rewindle& operator=(const Rewindle&) = delete;
 
     [[nodiscard]] const Observable<std::shared_ptr<AudioRingBuffer>>& ringBuffer() const;
     /// Raised by one each time `ringBuffer` is replaced.
     [[nodiscard]] const Observable<std::uint64_t>& ringBufferRevision() const;
-    /// True while capture is wanted and a tap capture exists, a first start that is still being retried included.
+    /// True from start() to stop(): capture is wanted, even while a first start is still being retried.
     [[nodiscard]] const Observable<bool>& isRunning() const;
     /// UID of the output device on which capture runs; empty while it runs on none.
     [[nodiscard]] const Observable<std::string>& outputDeviceUid() const;
     [[nodiscard]] CaptureLevelMeter& levelMeter();
 
     void setGain(float gainDb, bool ramp);
-    /// Keeps the newest audio and the frame numbers. `completion` runs on the interface thread when it is done.
+    /// Keeps the newest audio and the frame numbers. `completion` runs on the interface thread afterwards.
     void setDuration(RecordingDuration duration, std::function<void()> completion = {});
 
     /// Begins capture; does nothing when it is running. Does not unfreeze.
     void start(Callbacks callbacks);
     /// Freezes the retained audio, then ends capture. `completion` runs on the interface thread.
     void stop(std::function<void()> completion = {});
-    /// A freeze that the user asked for, or its end. One that comes during a copy takes effect at the copy's end.
+    /// Drops what is captured from now on, or no longer. Takes effect behind the copies asked for before.
     void setFrozen(bool frozen);
     void unfreeze() { setFrozen(false); }
 
-    /// Fetches what the device still holds, then copies a range of the retained audio on the capture queue and gives
-    /// it to `completion` on `replyQueue`. Copies are made one at a time, in the order of the calls.
-    void copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion);
-    /// Fetches what the device still holds; `completion` runs on the interface thread when it has been appended.
+    /// Fetches what the device still holds, then copies a range of the retained audio on the capture queue
+    /// and gives it to `completion` on `replyQueue`. Copies are made one at a time, in the order of the
+    /// calls.
+    void copyFrames(RangeChoice range, SerialQueue& replyQueue,
+                    std::function<void(StereoSamples)> completion);
+    /// Fetches what the device still holds; `completion` runs on the interface thread when it has been
+    /// appended.
     void drain(std::function<void()> completion);
     /// While somebody looks at the live picture, audio is handed over every 10 ms instead of in large gulps.
     void setLive(bool live);
 
 private:
     struct State;
+    struct RunLink;
+    [[nodiscard]] static CoreAudioTapCapture::Callbacks tapCallbacks(const RunLink& link);
+
     std::shared_ptr<State> state_; // work on the queues refers to it weakly
 };
 

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace rewindle {
+
+/// A freshly drawn random UUID (version 4) in its usual form, in capitals.
+[[nodiscard]] std::string makeUuid();
+
+} // namespace rewindle

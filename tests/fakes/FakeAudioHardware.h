@@ -1,0 +1,314 @@
+#pragma once
+
+#include "fakes/FakeTapDevice.h"
+#include "platform/AudioHardware.h"
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace rewindle::test {
+
+/// A sound server under the test's control. Started devices hold what is played until their queue fetches it,
+/// as real ones do. Numbers of objects are never used twice; no call ever fails but those that the test
+/// refuses.
+///
+/// Threads: as the interface says; what the test calls, any thread. Public fields are set while nothing runs.
+/// Errors:  what a caller does against the interface's rules is kept in `violations`.
+class FakeAudioHardware final : public AudioHardware {
+public:
+    enum class Call {
+        translate,
+        createTap,
+        defaultDevice,
+        uid,
+        format,
+        createAggregate,
+        createProc,
+        start,
+        devices
+    };
+
+    explicit FakeAudioHardware(SerialQueue& controlQueue) : controlQueue_(controlQueue) {}
+
+    // What the test does to the world
+
+    /// Every call of this kind is refused with `status`, until it is allowed again.
+    void refuse(Call call, AudioStatus status) {
+        with([&](World& world) { world.refused[call] = status; });
+    }
+    void allow(Call call) {
+        with([&](World& world) { world.refused.erase(call); });
+    }
+    void addDevice(AudioObjectID device, std::string uid, bool hasDataSource = false) {
+        with([&](World& world) { world.devices[device] = {std::move(uid), hasDataSource}; });
+    }
+    void removeDevice(AudioObjectID device) {
+        with([&](World& world) { world.devices.erase(device); });
+    }
+    void setDefaultDevice(AudioObjectID device) {
+        with([&](World& world) { world.defaultDevice = device; });
+    }
+    /// Tells the listeners of a property, on the control queue.
+    void fire(AudioProperty property, AudioObjectID object = kNoAudioObject) {
+        for (const auto& [id, entry] : with([](World& world) { return world.listeners; })) {
+            if (entry.property != property || entry.object != object) continue;
+            controlQueue_.async([this, id = id] { callListener(id); });
+        }
+    }
+    /// Running devices hold these frames until they are fetched; at the live pace their queue is woken for
+    /// it.
+    void play(const std::vector<float>& left, const std::vector<float>& right) {
+        with([&](World& world) {
+            for (auto& [id, device] : world.aggregates)
+                device->keep(left, right);
+        });
+        if (pace() == DeliveryPace::live) wake();
+    }
+    /// Has everything that running devices hold delivered on their queue.
+    void wake() {
+        for (const auto& [id, device] : with([](World& world) { return world.aggregates; })) {
+            if (auto* queue = device->queue()) queue->async([this, id = id] { deliverPending(id); });
+        }
+    }
+    std::uint32_t bufferFrames = 512;
+    StreamDescription format{48'000, 2, 32, true, false};
+    std::function<void()> onStart; // within startDevice
+
+    // What the test looks at
+
+    /// The calls that make and end audio objects, in order.
+    [[nodiscard]] std::vector<std::string> calls() const {
+        return with([](World& world) { return world.calls; });
+    }
+    void forgetCalls() {
+        with([](World& world) { world.calls.clear(); });
+    }
+    [[nodiscard]] std::vector<std::string> violations() const {
+        return with([](World& world) { return world.violations; });
+    }
+    /// Taps, aggregate devices, I/O procedures, running devices and listeners that exist.
+    [[nodiscard]] std::size_t liveObjects() const {
+        return with([](World& world) {
+            auto count = world.taps.size() + world.aggregates.size() + world.listeners.size();
+            for (const auto& [id, device] : world.aggregates)
+                count += device->liveParts();
+            return count;
+        });
+    }
+    [[nodiscard]] int starts() const {
+        return with([](World& world) { return world.starts; });
+    }
+    [[nodiscard]] std::vector<AudioObjectID> dataSourceListenerDevices() const {
+        std::vector<AudioObjectID> found;
+        for (const auto& [id, entry] : with([](World& world) { return world.listeners; })) {
+            if (entry.property == AudioProperty::outputDataSource) found.push_back(entry.object);
+        }
+        return found;
+    }
+    /// The aggregate device; none while there is none.
+    [[nodiscard]] AudioObjectID aggregate() const {
+        return with([](World& world) {
+            return world.aggregates.empty() ? kNoAudioObject : world.aggregates.begin()->first;
+        });
+    }
+    /// The procedure that was installed last; a late cycle would call it when its device is gone.
+    [[nodiscard]] IoProc lastProc() const {
+        return with([](World& world) { return world.lastProc; });
+    }
+    [[nodiscard]] ProcessTapDescription tapDescription() const {
+        return with([](World& world) { return world.tapDescription; });
+    }
+    [[nodiscard]] AggregateDeviceDescription aggregateDescription() const {
+        return with([](World& world) { return world.aggregateDescription; });
+    }
+    [[nodiscard]] DeliveryPace pace() const {
+        return with([](World& world) { return world.pace; });
+    }
+
+    // AudioHardware
+
+    AudioResult<AudioObjectID> translateProcess(std::int64_t pid) override {
+        if (const auto status = refusal(Call::translate)) return status;
+        return static_cast<AudioObjectID>(pid + 1000);
+    }
+    AudioResult<AudioObjectID> createProcessTap(const ProcessTapDescription& description) override {
+        if (const auto status = refusal(Call::createTap, "create tap")) return status;
+        return with([&](World& world) {
+            world.tapDescription = description;
+            return *world.taps.insert(world.nextId++).first;
+        });
+    }
+    void destroyProcessTap(AudioObjectID tap) override {
+        note("destroy tap");
+        require(with([&](World& world) { return world.taps.erase(tap); }) == 1,
+                "destroys a tap that is not there");
+    }
+    AudioResult<StreamDescription> tapFormat(AudioObjectID) override {
+        if (const auto status = refusal(Call::format)) return status;
+        return format;
+    }
+    AudioResult<AudioObjectID> defaultOutputDevice() override {
+        if (const auto status = refusal(Call::defaultDevice)) return status;
+        return with([](World& world) { return world.defaultDevice; });
+    }
+    AudioResult<std::vector<AudioObjectID>> devices() override {
+        if (const auto status = refusal(Call::devices)) return status;
+        return with([](World& world) {
+            std::vector<AudioObjectID> list;
+            for (const auto& [id, device] : world.devices)
+                list.push_back(id);
+            return list;
+        });
+    }
+    AudioResult<std::string> deviceUid(AudioObjectID device) override {
+        if (const auto status = refusal(Call::uid)) return status;
+        const auto devices = with([](World& world) { return world.devices; });
+        const auto found = devices.find(device);
+        if (found == devices.end()) return kAudioBadDeviceStatus;
+        return found->second.uid;
+    }
+    AudioResult<std::string> deviceDescription(AudioObjectID device) override {
+        const auto uid = deviceUid(device);
+        if (!uid) return uid;
+        return "Device " + uid.value();
+    }
+    bool hasDataSource(AudioObjectID device) override {
+        return with([&](World& world) {
+            const auto found = world.devices.find(device);
+            return found != world.devices.end() && found->second.hasDataSource;
+        });
+    }
+    AudioResult<std::string> dataSource(AudioObjectID) override { return std::string("speakers"); }
+
+    AudioResult<AudioObjectID> createAggregateDevice(const AggregateDeviceDescription& description) override {
+        if (const auto status = refusal(Call::createAggregate, "create aggregate")) return status;
+        return with([&](World& world) {
+            world.aggregateDescription = description;
+            world.aggregates[world.nextId] = std::make_shared<FakeTapDevice>(bufferFrames);
+            return world.nextId++;
+        });
+    }
+    void destroyAggregateDevice(AudioObjectID device) override {
+        note("destroy aggregate");
+        const auto gone = find(device);
+        require(gone && gone->liveParts() == 0, "destroys an aggregate device that is missing or in use");
+        with([&](World& world) { world.aggregates.erase(device); });
+    }
+    AudioStatus setBufferFrameSize(AudioObjectID, std::uint32_t) override {
+        return -95;
+    } // keeps its own size
+    AudioResult<IoProcID> createIoProc(AudioObjectID device, SerialQueue& queue, IoProc proc) override {
+        if (const auto status = refusal(Call::createProc, "create proc")) return status;
+        find(device)->install(queue, proc);
+        with([&](World& world) { world.lastProc = std::move(proc); });
+        return IoProcID{1};
+    }
+    void destroyIoProc(AudioObjectID device, IoProcID) override {
+        note("destroy proc");
+        auto* queue = find(device)->uninstall();
+        require(queue, "destroys an I/O procedure that is not there");
+        if (queue) queue->sync([] {}); // a call under way ends first
+    }
+    AudioResult<void> startDevice(AudioObjectID device) override {
+        if (const auto status = refusal(Call::start, "start")) return status;
+        find(device)->setRunning(true);
+        with([](World& world) { ++world.starts; });
+        if (onStart) onStart();
+        return {};
+    }
+    void stopDevice(AudioObjectID device) override {
+        note("stop");
+        find(device)->setRunning(false);
+    }
+
+    void deliverPending(AudioObjectID device) override {
+        if (const auto found = find(device))
+            require(found->deliver(), "delivers on a queue that is not the device's");
+    }
+    void setDeliveryPace(DeliveryPace pace) override {
+        with([&](World& world) { world.pace = pace; });
+    }
+    [[nodiscard]] CaptureTroubles troubles() const override { return {}; }
+
+    ListenerID addListener(AudioObjectID object, AudioProperty property, Listener listener) override {
+        require(controlQueue_.isCurrent(), "adds a listener outside the control queue");
+        return with([&](World& world) {
+            world.listeners[world.nextId] = {object, property, std::move(listener)};
+            return world.nextId++;
+        });
+    }
+    void removeListener(ListenerID listener) override {
+        require(controlQueue_.isCurrent(), "removes a listener outside the control queue");
+        with([&](World& world) { world.listeners.erase(listener); });
+    }
+
+private:
+    struct OutputDevice {
+        std::string uid;
+        bool hasDataSource = false;
+    };
+    struct ListenerEntry {
+        AudioObjectID object = kNoAudioObject;
+        AudioProperty property{};
+        Listener listener;
+    };
+    struct World {
+        std::map<Call, AudioStatus> refused;
+        std::map<AudioObjectID, OutputDevice> devices;
+        AudioObjectID defaultDevice = kNoAudioObject;
+        AudioObjectID nextId = 2; // 1 is the server itself
+        std::set<AudioObjectID> taps;
+        std::map<AudioObjectID, std::shared_ptr<FakeTapDevice>> aggregates;
+        std::map<ListenerID, ListenerEntry> listeners;
+        std::vector<std::string> calls, violations;
+        int starts = 0;
+        DeliveryPace pace = DeliveryPace::relaxed;
+        IoProc lastProc;
+        ProcessTapDescription tapDescription;
+        AggregateDeviceDescription aggregateDescription;
+    };
+
+    /// Calls `work` with the world to itself.
+    template <class Work>
+    std::invoke_result_t<Work, World&> with(Work work) const {
+        const std::lock_guard hold(mutex_);
+        return work(world_);
+    }
+    std::shared_ptr<FakeTapDevice> find(AudioObjectID device) const {
+        return with([&](World& world) {
+            const auto found = world.aggregates.find(device);
+            return found == world.aggregates.end() ? nullptr : found->second;
+        });
+    }
+    void require(bool held, const char* violation) const {
+        if (!held) with([&](World& world) { world.violations.emplace_back(violation); });
+    }
+    void note(const char* call) {
+        require(controlQueue_.isCurrent(), "calls outside the control queue");
+        with([&](World& world) { world.calls.emplace_back(call); });
+    }
+    /// The status with which this call is refused; 0 when it is not.
+    AudioStatus refusal(Call call, const char* name = nullptr) {
+        require(controlQueue_.isCurrent(), "calls outside the control queue");
+        return with([&](World& world) {
+            const auto found = world.refused.find(call);
+            if (found != world.refused.end()) return found->second;
+            if (name) world.calls.emplace_back(name);
+            return 0;
+        });
+    }
+    void callListener(ListenerID id) {
+        const auto listeners = with([](World& world) { return world.listeners; });
+        if (const auto found = listeners.find(id); found != listeners.end()) found->second.listener();
+    }
+
+    SerialQueue& controlQueue_;
+    mutable std::mutex mutex_;
+    mutable World world_;
+};
+
+} // namespace rewindle::test
