@@ -4,30 +4,41 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <experimental/simd>
 #include <limits>
 
 namespace rewindle {
 namespace {
 
+namespace simd = std::experimental;
+using Floats = simd::native_simd<float>;
+
 constexpr float kSnapDb = 0.05F;           // so near to the floor a falling level has arrived
 constexpr float kSilentReadoutDb = -47.5F; // at or below it there is no number worth reading
+
+/// Not the library's maximum, for it leaves open what comes of a value that is not a number; here, nothing.
+void raiseTo(const Floats& values, Floats& peaks) noexcept {
+    simd::where(values > peaks, peaks) = values;
+}
 
 /// The largest absolute sample. One that is not a number counts as none, an infinite one as the largest
 /// number: a level of infinity would never fall again.
 float peakOf(const float* samples, std::int64_t frames) noexcept {
-    // As integers, magnitudes order as they do as floats, and compilers turn an integer maximum into vector
-    // code without leave to reorder float arithmetic. What is not a number lies beyond infinity.
-    constexpr std::uint32_t kMagnitude = 0x7FFF'FFFF;
-    std::uint32_t peak = 0;
-    for (std::int64_t i = 0; i < frames; ++i) {
-        peak = std::max(peak, std::bit_cast<std::uint32_t>(samples[i]) & kMagnitude);
+    constexpr auto kWidth = static_cast<std::int64_t>(Floats::size());
+    Floats first = 0.0F; // two of them, so that a maximum need not wait for the one before
+    Floats second = 0.0F;
+    std::int64_t i = 0;
+    for (; i + 2 * kWidth <= frames; i += 2 * kWidth) {
+        raiseTo(simd::abs(Floats(samples + i, simd::element_aligned)), first);
+        raiseTo(simd::abs(Floats(samples + i + kWidth, simd::element_aligned)), second);
     }
-    const auto value = std::bit_cast<float>(peak);
-    if (!std::isnan(value)) return std::min(value, std::numeric_limits<float>::max());
-    float numbersOnly = 0.0F;
-    for (std::int64_t i = 0; i < frames; ++i)
-        numbersOnly = std::fmax(numbersOnly, std::abs(samples[i]));
-    return std::min(numbersOnly, std::numeric_limits<float>::max());
+    raiseTo(second, first);
+    float peak = simd::hmax(first);
+    for (; i < frames; ++i) {
+        const float magnitude = std::abs(samples[i]);
+        if (magnitude > peak) peak = magnitude;
+    }
+    return std::min(peak, std::numeric_limits<float>::max());
 }
 
 float decibels(float peak) noexcept {
@@ -43,14 +54,20 @@ void CaptureLevelMeter::ingest(const AudioPCMBuffer& buffer) noexcept {
     const double now = clock_.uptimeSeconds();
     raise(left_, leftDb, now);
     raise(right_, rightDb, now);
+    const Fall sincePrevious(now - load(newestUptimeBits_));
+    fall(recentLeft_, sincePrevious, now);
+    fall(recentRight_, sincePrevious, now);
+    raise(recentLeft_, leftDb, now);
+    raise(recentRight_, rightDb, now);
     store(newestUptimeBits_, now);
 }
 
 void CaptureLevelMeter::advance(double seconds) noexcept {
     if (!(seconds > 0.0)) return;
     const double now = clock_.uptimeSeconds();
-    fall(left_, seconds, now);
-    fall(right_, seconds, now);
+    const Fall sincePrevious(seconds);
+    fall(left_, sincePrevious, now);
+    fall(right_, sincePrevious, now);
 }
 
 void CaptureLevelMeter::raise(ChannelState& channel, float db, double now) noexcept {
@@ -59,29 +76,45 @@ void CaptureLevelMeter::raise(ChannelState& channel, float db, double now) noexc
         store(channel.holdPeakBits, db);
         store(channel.holdExpiryUptimeBits, now + kHoldDuration);
     }
-    store(channel.newestPeakBits, db);
 }
 
-void CaptureLevelMeter::fall(ChannelState& channel, double seconds, double now) noexcept {
-    store(channel.displayPeakBits, releasedDb(load(channel.displayPeakBits), seconds));
+void CaptureLevelMeter::fall(ChannelState& channel, const Fall& fall, double now) noexcept {
+    store(channel.displayPeakBits, fall.releasedDb(load(channel.displayPeakBits)));
     if (now >= load(channel.holdExpiryUptimeBits)) {
-        store(channel.holdPeakBits, fallenHoldDb(load(channel.holdPeakBits), seconds));
+        store(channel.holdPeakBits, fall.fallenHoldDb(load(channel.holdPeakBits)));
     }
+}
+
+MeterLevels CaptureLevelMeter::recentLevels() const noexcept {
+    const double now = clock_.uptimeSeconds();
+    const Fall sinceNewest(std::max(now - load(newestUptimeBits_), 0.0));
+    MeterLevels levels;
+    for (std::size_t i = 0; i < 2; ++i) {
+        const ChannelState& channel = i == 0 ? recentLeft_ : recentRight_;
+        const float holdDb = load(channel.holdPeakBits);
+        const bool isHeld = now < load(channel.holdExpiryUptimeBits);
+        levels.displayDb[i] = sinceNewest.releasedDb(load(channel.displayPeakBits));
+        levels.holdDb[i] = isHeld ? holdDb : sinceNewest.fallenHoldDb(holdDb);
+    }
+    return levels;
 }
 
 float CaptureLevelMeter::peakHoldDb() const noexcept {
     return std::max(holdDb(0), holdDb(1));
 }
 
-float CaptureLevelMeter::releasedDb(float db, double seconds) noexcept {
+CaptureLevelMeter::Fall::Fall(double seconds) noexcept
+    : displayFactor(static_cast<float>(std::exp(-seconds / kReleaseTimeConstant))),
+      holdDb(static_cast<float>(kHoldFallDbPerSecond * seconds)) {}
+
+float CaptureLevelMeter::Fall::releasedDb(float db) const noexcept {
     if (db <= kFloorDb) return db;
-    const float aboveFloor = static_cast<float>(std::exp(-seconds / kReleaseTimeConstant)) * (db - kFloorDb);
+    const float aboveFloor = displayFactor * (db - kFloorDb);
     return aboveFloor < kSnapDb ? kFloorDb : aboveFloor + kFloorDb;
 }
 
-float CaptureLevelMeter::fallenHoldDb(float db, double seconds) noexcept {
-    if (db <= kFloorDb) return db;
-    return std::max(db - static_cast<float>(kHoldFallDbPerSecond * seconds), kFloorDb);
+float CaptureLevelMeter::Fall::fallenHoldDb(float db) const noexcept {
+    return db <= kFloorDb ? db : std::max(db - holdDb, kFloorDb);
 }
 
 double CaptureLevelMeter::fraction(float db) noexcept {

@@ -4,12 +4,19 @@
 #include "base/Clock.h"
 #include "base/Realtime.h"
 
+#include <array>
 #include <atomic>
 #include <bit>
 #include <cstdint>
 #include <string>
 
 namespace rewindle {
+
+/// Both channels' readings at one moment: left, right.
+struct MeterLevels {
+    std::array<float, 2> displayDb{};
+    std::array<float, 2> holdDb{};
+};
 
 /// Turns the captured audio into two readings per channel: a level that jumps up and falls back smoothly, and
 /// the loudest recent value, held for a while before it falls.
@@ -46,14 +53,10 @@ public:
     [[nodiscard]] float holdDb(int channel) const noexcept { return load(state(channel).holdPeakBits); }
     /// The larger of both channels' held peaks.
     [[nodiscard]] float peakHoldDb() const noexcept;
-    /// The level of the newest buffer by itself, and the uptime at which it came.
-    [[nodiscard]] float newestDb(int channel) const noexcept { return load(state(channel).newestPeakBits); }
-    [[nodiscard]] double newestUptime() const noexcept { return load(newestUptimeBits_); }
+    /// What the readings would be now had `advance` been called all the time. For readers who come so rarely
+    /// that one long fall would take away the audio that is playing.
+    [[nodiscard]] MeterLevels recentLevels() const noexcept;
 
-    /// What is left of a display level after `seconds` of falling: exponential in dB above the floor.
-    [[nodiscard]] static float releasedDb(float db, double seconds) noexcept;
-    /// What is left of a held peak after `seconds` of falling.
-    [[nodiscard]] static float fallenHoldDb(float db, double seconds) noexcept;
     /// Position on the scale: 0 at the floor, 1 at the ceiling.
     [[nodiscard]] static double fraction(float db) noexcept;
     /// "+0.0", "-6.0", or a minus sign and the sign for infinity near the floor.
@@ -65,7 +68,6 @@ private:
         std::atomic<std::uint32_t> displayPeakBits{std::bit_cast<std::uint32_t>(kInitialDb)};
         std::atomic<std::uint32_t> holdPeakBits{std::bit_cast<std::uint32_t>(kInitialDb)};
         std::atomic<std::uint64_t> holdExpiryUptimeBits{std::bit_cast<std::uint64_t>(0.0)};
-        std::atomic<std::uint32_t> newestPeakBits{std::bit_cast<std::uint32_t>(kInitialDb)};
     };
     static float load(const std::atomic<std::uint32_t>& bits) noexcept {
         return std::bit_cast<float>(bits.load(std::memory_order_relaxed));
@@ -79,8 +81,16 @@ private:
     static void store(std::atomic<std::uint64_t>& bits, double value) noexcept {
         bits.store(std::bit_cast<std::uint64_t>(value), std::memory_order_relaxed);
     }
+    /// What some time does to the levels.
+    struct Fall {
+        explicit Fall(double seconds) noexcept;
+        [[nodiscard]] float releasedDb(float db) const noexcept;
+        [[nodiscard]] float fallenHoldDb(float db) const noexcept;
+        float displayFactor; // exponential in dB above the floor
+        float holdDb;        // linear
+    };
     static void raise(ChannelState& channel, float db, double now) noexcept;
-    static void fall(ChannelState& channel, double seconds, double now) noexcept;
+    static void fall(ChannelState& channel, const Fall& fall, double now) noexcept;
     [[nodiscard]] const ChannelState& state(int channel) const noexcept {
         return channel == 0 ? left_ : right_;
     }
@@ -88,6 +98,9 @@ private:
     const Clock& clock_;
     ChannelState left_;
     ChannelState right_;
+    // The same, but falling from one buffer to the next: only `ingest` writes these.
+    ChannelState recentLeft_;
+    ChannelState recentRight_;
     std::atomic<std::uint64_t> newestUptimeBits_{std::bit_cast<std::uint64_t>(0.0)};
 };
 

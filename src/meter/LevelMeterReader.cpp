@@ -15,14 +15,11 @@ void LevelMeterReader::advance() {
 
 MeterLevels LevelMeterReader::read() {
     advance();
-    const double age = std::max(clock_.uptimeSeconds() - meter_.newestUptime(), 0.0);
-    const double fallen = std::max(age - CaptureLevelMeter::kHoldDuration, 0.0);
-    MeterLevels levels;
-    for (int channel = 0; channel < 2; ++channel) {
-        const float newest = meter_.newestDb(channel);
-        const auto i = static_cast<std::size_t>(channel);
-        levels.displayDb[i] = std::max(meter_.displayDb(channel), CaptureLevelMeter::releasedDb(newest, age));
-        levels.holdDb[i] = std::max(meter_.holdDb(channel), CaptureLevelMeter::fallenHoldDb(newest, fallen));
+    MeterLevels levels = meter_.recentLevels();
+    for (std::size_t i = 0; i < 2; ++i) {
+        const int channel = static_cast<int>(i);
+        levels.displayDb[i] = std::max(levels.displayDb[i], meter_.displayDb(channel));
+        levels.holdDb[i] = std::max(levels.holdDb[i], meter_.holdDb(channel));
     }
     return levels;
 }

@@ -3,15 +3,9 @@
 #include "base/Clock.h"
 #include "meter/CaptureLevelMeter.h"
 
-#include <array>
+#include <chrono>
 
 namespace rewindle {
-
-/// Both channels' readings at one moment: left, right.
-struct MeterLevels {
-    std::array<float, 2> displayDb{};
-    std::array<float, 2> holdDb{};
-};
 
 /// Lets everybody who reads the level meter share one passing of time, so that two readers do not release it
 /// twice.
@@ -24,9 +18,9 @@ public:
 
     /// Lets the meter fall by the time since this was last called.
     void advance();
-    /// Advances and returns what the meter shows now, however rarely it is asked. After a long absence the
-    /// meter itself has fallen to the floor even while audio plays, for it rises again only with the next
-    /// buffer: the newest buffer counts as if the meter had been advanced just before it.
+    /// Advances and returns what the meter shows now, however rarely it is asked: in the one long fall after
+    /// a long absence the meter itself loses the audio that is playing, until the next buffer raises it
+    /// again.
     [[nodiscard]] MeterLevels read();
 
 private:

@@ -72,8 +72,14 @@ TEST_F(CaptureLevelMeterTest, IgnoresBuffersInAnotherFormatAndSamplesThatAreNoNu
     meter.ingest({.frameLength = 8, .channelCount = 1, .channels = {samples.data(), nullptr}});
     meter.ingest({.frameLength = 0, .channels = {samples.data(), samples.data()}});
     expectBoth(-80, -80);
-    ingest({std::numeric_limits<float>::quiet_NaN(), 0.5F, -1.0F}, {0.25F, -1.0F, 0.0F});
-    expectBoth(0, 0);
+    for (std::size_t at = 0; at < 20; ++at) {
+        SCOPED_TRACE(at);
+        CaptureLevelMeter fresh(clock);
+        std::vector<float> broken(20, std::numeric_limits<float>::quiet_NaN());
+        broken[at] = -0.5F;
+        fresh.ingest({.frameLength = 20, .channels = {broken.data(), broken.data()}});
+        EXPECT_FLOAT_EQ(fresh.displayDb(0), 20.0F * std::log10(0.5F));
+    }
     ingest(std::numeric_limits<float>::infinity());
     pass(60, 60);
     expectBoth(-48, -48);
@@ -166,7 +172,7 @@ TEST(CaptureLevelMeterThreads, NoReadingIsEverTornOrOutOfRange) {
         meter.advance(0.001);
         for (const int channel : {0, 1}) {
             for (const float db :
-                 {meter.displayDb(channel), meter.holdDb(channel), meter.newestDb(channel)}) {
+                 {meter.displayDb(channel), meter.holdDb(channel), meter.recentLevels().displayDb[0]}) {
                 ASSERT_TRUE(db == CaptureLevelMeter::kInitialDb || (db >= -48.0F && db < 4.0F)) << db;
             }
         }
