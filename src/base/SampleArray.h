@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <utility>
 
 namespace rewindle {
 
@@ -12,6 +14,19 @@ public:
     SampleArray() = default;
     /// The samples hold whatever the memory held. Throws std::bad_alloc.
     explicit SampleArray(std::size_t size) : samples_(size ? new float[size] : nullptr), size_(size) {}
+    SampleArray(SampleArray&& other) noexcept
+        : samples_(std::move(other.samples_)), size_(std::exchange(other.size_, 0)) {}
+    SampleArray& operator=(SampleArray&& other) noexcept {
+        samples_ = std::move(other.samples_);
+        size_ = std::exchange(other.size_, 0);
+        return *this;
+    }
+
+    /// Gives up the samples from `size` on; their storage stays. Requires: size <= size().
+    void shrink(std::size_t size) noexcept {
+        assert(size <= size_);
+        size_ = size;
+    }
 
     [[nodiscard]] float* data() noexcept { return samples_.get(); }
     [[nodiscard]] const float* data() const noexcept { return samples_.get(); }

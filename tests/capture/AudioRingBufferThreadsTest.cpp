@@ -1,0 +1,173 @@
+#include "capture/AudioRingBuffer.h"
+
+#include "RingSamples.h"
+#include "fakes/HeapAudioMemory.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <latch>
+#include <limits>
+#include <thread>
+
+namespace rewindle::test {
+namespace {
+
+constexpr std::int64_t kEnd = std::numeric_limits<std::int64_t>::max();
+
+constexpr std::int64_t kCodes = 4096; // far more than the ring has buckets
+
+/// The number of a bucket that its frames carry.
+float codeOf(std::int64_t bucket) {
+    return static_cast<float>(bucket % kCodes);
+}
+
+/// Audio in which every frame tells its bucket's code c: even frames are at +c, odd ones at -(c + 0.5). So
+/// each of a bucket's three values tells it too, from the second frame on, and no mixture of two buckets
+/// passes.
+RingSamples codedSamples() {
+    RingSamples samples(kCodes * 128, 0, 0);
+    for (std::int64_t frame = 0; frame < kCodes * 128; ++frame) {
+        const float code = codeOf(frame / 128);
+        const auto at = static_cast<std::size_t>(frame);
+        samples.left[at] = samples.right[at] = frame % 2 == 0 ? code : -(code + 0.5F);
+    }
+    return samples;
+}
+
+struct Expected {
+    bool held;
+    float min;
+    float max;
+};
+
+/// What column `bucket` must show in a ring of one second, given what it says it held.
+Expected expectedColumn(std::int64_t bucket, const WaveformInfo& info) {
+    const std::int64_t firstReadable = std::max<std::int64_t>(info.totalFramesWritten / 128 - 375, 0);
+    const bool held = bucket >= firstReadable && bucket * 128 + 128 > info.oldestFrame &&
+                      bucket * 128 < info.totalFramesWritten;
+    return {held, -(codeOf(bucket) + 0.5F), codeOf(bucket)};
+}
+
+/// One writer and three readers on a ring of one second. The writer goes on until the readers have seen
+/// enough.
+class AudioRingBufferThreads : public testing::Test {
+protected:
+    void writeCoded() {
+        constexpr std::int64_t kLengths[] = {2, 64, 128, 96, 480, 2048, 64, 200};
+        AudioPCMBuffer buffer = coded_.buffer();
+        const auto channels = buffer.channels;
+        start_.arrive_and_wait();
+        for (std::size_t i = 0; readersLeft_ > 0; ++i) {
+            const std::int64_t total = ring.totalFramesWritten(); // stays while a copy holds the ring
+            const std::int64_t position = total % (kCodes * 128);
+            buffer.channels = {channels[0] + position, channels[1] + position};
+            buffer.frameLength = std::min(kLengths[i % 8], kCodes * 128 - position);
+            ring.append(buffer);
+        }
+    }
+
+    /// Calls `check` so many times, fewer when a fault has been found.
+    template <class Check>
+    void readTimes(int times, Check check) {
+        start_.arrive_and_wait();
+        for (int i = 0; i < times && !HasFailure(); ++i) {
+            check();
+            std::this_thread::yield(); // the lock is not fair, and the writer may be waiting for it
+        }
+        --readersLeft_;
+    }
+
+    void checkColumns(std::int64_t count, std::int64_t first) {
+        std::vector<float> mins, maxs;
+        const auto info =
+            ring.readSummaryColumns(count, mins, maxs, static_cast<double>(first * 128), 128, 1e18);
+        for (std::int64_t i = 0; i < count; ++i) {
+            const Expected expected = expectedColumn(first + i, info);
+            const auto at = static_cast<std::size_t>(i);
+            ASSERT_EQ(!std::isnan(mins[at]) && !std::isnan(maxs[at]), expected.held)
+                << "bucket " << first + i;
+            if (!expected.held) continue;
+            ASSERT_EQ(mins[at], expected.min) << "bucket " << first + i;
+            ASSERT_EQ(maxs[at], expected.max) << "bucket " << first + i;
+        }
+    }
+
+    HeapAudioMemory memory;
+    AudioRingBuffer ring{1, memory};
+    RingSamples coded_ = codedSamples();
+    std::latch start_{4};
+    std::atomic<int> readersLeft_ = 3;
+};
+
+TEST_F(AudioRingBufferThreads, ShowNoColumnThatMixesTwoMoments) {
+    std::jthread writer([&] { writeCoded(); });
+    const auto newest = [&] {
+        checkColumns(6, std::max<std::int64_t>(ring.totalFramesWritten() / 128 - 3, 0));
+    };
+    const auto oldest = [&] {
+        checkColumns(6, std::max<std::int64_t>(ring.oldestRetainedFrame() / 128 - 2, 0));
+    };
+    const auto all = [&] {
+        checkColumns(380, std::max<std::int64_t>(ring.oldestRetainedFrame() / 128 - 2, 0));
+    };
+    std::jthread newestReader([&] { readTimes(20'000, newest); });
+    std::jthread oldestReader([&] { readTimes(20'000, oldest); });
+    std::jthread allReader([&] { readTimes(2'000, all); });
+}
+
+TEST_F(AudioRingBufferThreads, CopyAndMeasureWholeMomentsWhileAudioComesIn) {
+    const auto checkCopy = [](const StereoSamples& samples) {
+        for (std::size_t i = 0; i + 128 < samples.left.size(); i += 64) {
+            const auto bucket = static_cast<std::int64_t>(std::abs(samples.left[i]));
+            ASSERT_EQ(std::floor(std::abs(samples.left[i + 128])), codeOf(bucket + 1));
+            ASSERT_EQ(samples.right[i], samples.left[i]);
+        }
+    };
+    std::jthread writer([&] { writeCoded(); });
+    std::jthread copies([&] { readTimes(100, [&] { checkCopy(ring.copyFrames(0, kEnd)); }); });
+    std::jthread chunks([&] { readTimes(100, [&] { checkCopy(ring.copyFramesInChunks(0, kEnd, 1000)); }); });
+    std::jthread peaks([&] {
+        readTimes(100, [&] {
+            const WaveformInfo info = ring.info();
+            const float peak = ring.peakAmplitude(info.oldestFrame, info.totalFramesWritten);
+            float expected = 0;
+            for (auto b = info.oldestFrame / 128; b * 128 < info.totalFramesWritten; ++b) {
+                expected = std::max(expected, codeOf(b) + 0.5F);
+            }
+            // What was there when it was asked may have been overwritten since.
+            ASSERT_TRUE(peak == expected || ring.info() != info) << peak;
+        });
+    });
+}
+
+TEST_F(AudioRingBufferThreads, SeeAFadeWholeOrNotAtAll) {
+    constexpr std::int64_t kFrames = 20'480; // 160 buckets: more than are computed before the first is stored
+    std::vector<float> faded(160);
+    for (std::size_t i = 0; i < 160; ++i) {
+        faded[i] = static_cast<float>(kFrames - 1 - static_cast<std::int64_t>(i) * 128) / (kFrames - 1);
+    }
+    const auto checkFade = [&] {
+        std::vector<float> mins, maxs;
+        const WaveformInfo before = ring.info();
+        const auto first = before.totalFramesWritten - kFrames;
+        const auto info = ring.readSummaryColumns(160, mins, maxs, static_cast<double>(first), 128, 1e18);
+        if (first < 0 || info != before) return;
+        ASSERT_TRUE(std::ranges::equal(maxs, faded) || maxs == std::vector<float>(160, 1.0F));
+    };
+    std::jthread writer([&] {
+        start_.arrive_and_wait();
+        RingSamples samples(kFrames, 1, 1);
+        while (readersLeft_ > 0) {
+            ring.append(samples.buffer());
+            ring.fadeOutTail(kFrames);
+        }
+    });
+    std::vector<std::jthread> readers;
+    for (int i = 0; i < 3; ++i)
+        readers.emplace_back([&] { readTimes(300, checkFade); });
+}
+
+} // namespace
+} // namespace rewindle::test
