@@ -26,7 +26,7 @@ namespace rewindle {
 namespace {
 
 const char* logLevel() {
-    return std::getenv("REWINDLE_LOG");
+    return std::getenv("REWINDLE_LOG"); // NOLINT(concurrency-mt-unsafe): nothing here writes the environment
 }
 
 int toInt(ExitCode code) {
@@ -137,6 +137,7 @@ struct Runner {
 } // namespace
 } // namespace rewindle
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only memory can run out, and then there is no way on
 int main(int argc, char** argv) {
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     return std::visit(rewindle::Runner{argv}, rewindle::parseCommandLine(arguments));

@@ -14,8 +14,7 @@ namespace rewindle {
 /// never renamed. A number that JSON cannot say is null. Requires: texts in UTF-8.
 [[nodiscard]] std::string statusJson(const CaptureStatus& status);
 
-/// The text with every control character replaced by '?', so that it stays on one line and leaves a terminal
-/// alone.
+/// The text with every control character replaced by '?': it stays on one line and leaves a terminal alone.
 [[nodiscard]] std::string oneLine(std::string_view text);
 
 } // namespace rewindle

@@ -111,7 +111,7 @@ TEST_F(EngineCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheReques
 
 TEST_F(EngineCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGiven) {
     start();
-    play(31 * 48'000); // one second more than is kept
+    play(std::size_t{31} * 48'000); // one second more than is kept
     control->exportAll("/home/user/new", takeExport());
     settle();
     EXPECT_EQ(lastClip(), std::pair(48'000.0F, 31 * 48'000 - 1.0F));

@@ -13,9 +13,8 @@ public:
     QStringList clips;
     int changes = 0;
 
-public Q_SLOTS:
-    void onClip(const QString& path) { clips.append(path); }
-    void onChange() { ++changes; }
+    Q_SLOT void onClip(const QString& path) { clips.append(path); }
+    Q_SLOT void onChange() { ++changes; }
 };
 
 } // namespace rewindle::test

@@ -18,7 +18,7 @@ namespace {
 constexpr int kUsualTimeoutMs = 25'000;
 constexpr int kNoTimeout = std::numeric_limits<int>::max(); // libdbus takes it as "never"
 
-CommandOutcome failure(ExitCode code, std::string error) {
+CommandOutcome failure(ExitCode code, std::string_view error) {
     return {code, {}, oneLine(error)};
 }
 

@@ -23,8 +23,8 @@ class DbusControlClient {
 public:
     explicit DbusControlClient(QDBusConnection bus) : bus_(std::move(bus)) {}
 
-    /// Waits for an export or a change of duration as long as it takes; ends when the instance vanishes
-    /// meanwhile.
+    /// Waits for an export or a change of duration as long as it takes; ends when the instance
+    /// vanishes meanwhile.
     [[nodiscard]] CommandOutcome run(const ControlCommand& command) const;
 
 private:

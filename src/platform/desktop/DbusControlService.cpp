@@ -25,7 +25,7 @@ std::filesystem::path toPath(const QString& text) {
 
 class DbusControlService::Answer {
 public:
-    Answer(QDBusConnection bus, QDBusMessage call) : bus_(std::move(bus)), call_(std::move(call)) {}
+    Answer(QDBusConnection bus, const QDBusMessage& call) : bus_(std::move(bus)), call_(call) {}
 
     void send(const QVariantList& values = {}) const { bus_.send(call_.createReply(values)); }
     void sendError(const char* name, const std::string& message) const {
@@ -53,8 +53,7 @@ DbusControlService::~DbusControlService() {
     bus_.unregisterService(QString::fromLatin1(kControlBusName));
     for (const auto& answer : quitAnswers_)
         answer.send();
-    // The process may end right after this. The bus's answer shows that all that was sent before has gone
-    // out.
+    // The process may end right after this. The bus's answer shows that what was sent before is out.
     (void)bus_.interface()->isServiceRegistered(QString::fromLatin1(kControlBusName));
 }
 

@@ -12,14 +12,12 @@
 
 namespace rewindle {
 
-/// Lets other programs control this one over a message bus, and sees to it that there is one instance per
-/// bus.
+/// Lets other programs control this one over a message bus, and keeps it the only instance on that bus.
 ///
 /// Threads:   interface thread.
 /// Errors:    a request that fails is answered by a D-Bus error with one line for people.
-/// Lifecycle: replies that come after its end still go out. Whoever asked it to quit is answered by its end,
-/// when
-///            another instance may start.
+/// Lifecycle: replies that come after its end still go out. Whoever asked it to quit is answered by its
+///            end, when another instance may start.
 class DbusControlService final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.rewindle.Rewindle1")
@@ -38,25 +36,21 @@ public:
     /// Takes the name on the bus; from then on requests come in.
     [[nodiscard]] Start start();
 
-    // The methods of the interface, by their names on the bus.
-public Q_SLOTS:
-    Q_SCRIPTABLE QString ExportLast(double seconds, const QString& folder);
-    Q_SCRIPTABLE QString ExportAll(const QString& folder);
-    Q_SCRIPTABLE void SetFrozen(bool frozen);
-    Q_SCRIPTABLE QVariantMap Status();
-    Q_SCRIPTABLE void SetDuration(int seconds);
-    Q_SCRIPTABLE void SetGain(double gainDb);
-    Q_SCRIPTABLE void Quit();
-
-    // Its signals.
-Q_SIGNALS:
-    Q_SCRIPTABLE void ClipExported(const QString& path);
-    Q_SCRIPTABLE void CaptureStateChanged();
-
-private Q_SLOTS:
-    void onBusGone();
+    // The methods of the interface, by their names on the bus
+    Q_SLOT Q_SCRIPTABLE QString ExportLast(double seconds, const QString& folder);
+    Q_SLOT Q_SCRIPTABLE QString ExportAll(const QString& folder);
+    Q_SLOT Q_SCRIPTABLE void SetFrozen(bool frozen);
+    Q_SLOT Q_SCRIPTABLE QVariantMap Status();
+    Q_SLOT Q_SCRIPTABLE void SetDuration(int seconds);
+    Q_SLOT Q_SCRIPTABLE void SetGain(double gainDb);
+    Q_SLOT Q_SCRIPTABLE void Quit();
+    // Its signals
+    Q_SIGNAL Q_SCRIPTABLE void ClipExported(const QString& path);
+    Q_SIGNAL Q_SCRIPTABLE void CaptureStateChanged();
 
 private:
+    Q_SLOT void onBusGone();
+
     /// What a late answer needs of the call.
     class Answer;
     [[nodiscard]] Answer answerLater();

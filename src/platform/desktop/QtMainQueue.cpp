@@ -15,8 +15,7 @@ void QtMainQueue::async(Work work) {
 DelayedWork QtMainQueue::asyncAfter(std::chrono::nanoseconds delay, Work work) {
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
     const auto due = std::chrono::steady_clock::now() + delay;
-    // A timer belongs to the thread that starts it, hence the detour; the time of the detour is not waited
-    // twice.
+    // A timer belongs to the thread that starts it, hence the detour; its time is not waited twice.
     async([this, due, cancelled, work = std::move(work)] {
         // Rounded up: a timer counts whole milliseconds, and work must not run before it is due.
         const auto rest =
