@@ -11,34 +11,53 @@ namespace rewindle {
 namespace {
 
 namespace simd = std::experimental;
-using Floats = simd::native_simd<float>;
+using Words = simd::native_simd<std::uint32_t>;
 
 constexpr float kSnapDb = 0.05F;           // so near to the floor a falling level has arrived
 constexpr float kSilentReadoutDb = -47.5F; // at or below it there is no number worth reading
 
-/// Not the library's maximum, for it leaves open what comes of a value that is not a number; here, nothing.
-void raiseTo(const Floats& values, Floats& peaks) noexcept {
-    simd::where(values > peaks, peaks) = values;
+std::uint32_t magnitudeBits(float sample) noexcept {
+    return std::bit_cast<std::uint32_t>(sample) & 0x7FFF'FFFF;
+}
+
+/// The largest magnitude of those that are numbers.
+float peakOfNumbers(const float* samples, std::int64_t frames) noexcept {
+    float peak = 0.0F;
+    for (std::int64_t i = 0; i < frames; ++i) {
+        if (std::abs(samples[i]) > peak) peak = std::abs(samples[i]);
+    }
+    return peak;
+}
+
+/// The largest magnitude, or something that is not a number when one of the samples is not.
+///
+/// As integers, magnitudes order as they do as floats, with what is not a number at the end; and the
+/// processor's integer maximum has no wait and no special cases. That makes it as fast as reading the
+/// samples.
+float peakOrNotANumber(const float* samples, std::int64_t frames) noexcept {
+    constexpr auto kWidth = static_cast<std::int64_t>(Words::size());
+    const auto magnitudesAt = [samples](std::int64_t i) {
+        return Words([samples, i](auto lane) { return magnitudeBits(samples[i + lane]); });
+    };
+    Words first = 0; // two of them, so that a maximum need not wait for the one before
+    Words second = 0;
+    std::int64_t i = 0;
+    for (; i + 2 * kWidth <= frames; i += 2 * kWidth) {
+        first = simd::max(first, magnitudesAt(i));
+        second = simd::max(second, magnitudesAt(i + kWidth));
+    }
+    std::uint32_t peak = simd::hmax(simd::max(first, second));
+    for (; i < frames; ++i)
+        peak = std::max(peak, magnitudeBits(samples[i]));
+    return std::bit_cast<float>(peak);
 }
 
 /// The largest absolute sample. One that is not a number counts as none, an infinite one as the largest
 /// number: a level of infinity would never fall again.
 float peakOf(const float* samples, std::int64_t frames) noexcept {
-    constexpr auto kWidth = static_cast<std::int64_t>(Floats::size());
-    Floats first = 0.0F; // two of them, so that a maximum need not wait for the one before
-    Floats second = 0.0F;
-    std::int64_t i = 0;
-    for (; i + 2 * kWidth <= frames; i += 2 * kWidth) {
-        raiseTo(simd::abs(Floats(samples + i, simd::element_aligned)), first);
-        raiseTo(simd::abs(Floats(samples + i + kWidth, simd::element_aligned)), second);
-    }
-    raiseTo(second, first);
-    float peak = simd::hmax(first);
-    for (; i < frames; ++i) {
-        const float magnitude = std::abs(samples[i]);
-        if (magnitude > peak) peak = magnitude;
-    }
-    return std::min(peak, std::numeric_limits<float>::max());
+    const float peak = peakOrNotANumber(samples, frames);
+    return std::min(std::isnan(peak) ? peakOfNumbers(samples, frames) : peak,
+                    std::numeric_limits<float>::max());
 }
 
 float decibels(float peak) noexcept {

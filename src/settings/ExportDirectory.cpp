@@ -8,7 +8,7 @@ ExportDirectory::Path ExportDirectory::defaultURL() const {
 
 ExportDirectory::Path ExportDirectory::resolvedURL(const std::optional<std::string>& customPath) const {
     if (!customPath || customPath->empty()) return defaultURL();
-    const Path custom = withoutTrailingSlash(*customPath);
+    Path custom = withoutTrailingSlash(*customPath);
     if (files_.isDirectory(custom) || files_.isDirectory(custom.parent_path())) return custom;
     return defaultURL();
 }

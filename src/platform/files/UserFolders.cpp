@@ -20,7 +20,7 @@ std::optional<Path> absoluteFromEnvironment(const char* name) {
 }
 
 Path homeFromUserDatabase() {
-    std::vector<char> storage(16 * 1024);
+    std::vector<char> storage(16'384);
     passwd entry{};
     passwd* found = nullptr;
     const int failed = ::getpwuid_r(::getuid(), &entry, storage.data(), storage.size(), &found);
