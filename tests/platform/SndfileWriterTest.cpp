@@ -92,9 +92,12 @@ TEST_F(SndfileWriterTest, WritesAPlainFloatWavWithEverySampleBitForBit) {
 TEST_F(SndfileWriterTest, NeverWritesOverAFileAndNamesTheReasonOfEveryFailure) {
     fill(10);
     std::ofstream(path) << "mine";
-    EXPECT_EQ(write().error(), systemError(std::errc::file_exists));
+    const auto existing = write();
+    ASSERT_FALSE(existing.ok());
+    EXPECT_EQ(existing.error(), systemError(std::errc::file_exists));
     EXPECT_EQ(contentOf(path), "mine");
     const auto missing = writer.write(folder.path / "none" / "clip.wav", {}, left, right);
+    ASSERT_FALSE(missing.ok());
     EXPECT_EQ(missing.error(), systemError(std::errc::no_such_file_or_directory));
 }
 
