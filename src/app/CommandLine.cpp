@@ -21,6 +21,12 @@ UsageError usage(std::string message) {
     return UsageError{std::move(message)};
 }
 
+/// Made in its place, because a move of the inner variant makes g++ 12 warn of what it never reads.
+template <class Command>
+CommandLine control(Command command) {
+    return CommandLine(std::in_place_type<ControlCommand>, std::move(command));
+}
+
 /// The number that `text` is from its first to its last character, whatever the locale; a sign is allowed.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view text) {
@@ -83,7 +89,7 @@ CommandLine makeExport(std::optional<std::string_view> last, bool all,
             return usage("--last needs a number of seconds, at least 0.01, not " + quoted(*last));
         }
     }
-    return ControlCommand(command);
+    return control(std::move(command));
 }
 
 CommandLine parseExport(Arguments arguments) {
@@ -99,8 +105,8 @@ CommandLine parseExport(Arguments arguments) {
 }
 
 CommandLine parseStatus(Arguments arguments) {
-    if (arguments.empty()) return ControlCommand(StatusCommand{});
-    if (arguments.size() == 1 && arguments[0] == "--json") return ControlCommand(StatusCommand{.json = true});
+    if (arguments.empty()) return control(StatusCommand{});
+    if (arguments.size() == 1 && arguments[0] == "--json") return control(StatusCommand{.json = true});
     return usage("status takes --json or nothing");
 }
 
@@ -114,7 +120,7 @@ CommandLine parseDuration(Arguments arguments) {
     const auto duration = parseDurationValue(arguments[0]);
     if (!duration)
         return usage("duration needs " + std::string(kDurations) + ", not " + quoted(arguments[0]));
-    return ControlCommand(DurationCommand{*duration});
+    return control(DurationCommand{*duration});
 }
 
 CommandLine parseGain(Arguments arguments) {
@@ -122,7 +128,7 @@ CommandLine parseGain(Arguments arguments) {
     if (arguments.size() != 1) return usage("gain needs a number of decibels, -20 to 20");
     const auto gainDb = parseFinite(arguments[0]);
     if (!gainDb) return usage("gain needs a number of decibels, -20 to 20, not " + quoted(arguments[0]));
-    return ControlCommand(GainCommand{*gainDb});
+    return control(GainCommand{*gainDb});
 }
 
 CommandLine parseHeadless(Arguments arguments) {
@@ -139,9 +145,10 @@ CommandLine parseHeadless(Arguments arguments) {
     return command;
 }
 
-CommandLine parsePlain(std::string_view name, Arguments arguments, ControlCommand command) {
+template <class Command>
+CommandLine parsePlain(std::string_view name, Arguments arguments, Command command) {
     if (!arguments.empty()) return usage(std::string(name) + " takes no arguments");
-    return command;
+    return control(command);
 }
 
 } // namespace
