@@ -6,10 +6,6 @@ namespace rewindle {
 
 void CaptureRun::begin() {
     controlQueue_.assertCurrent();
-    if (!ended_) tryStart();
-}
-
-void CaptureRun::tryStart() {
     const auto started = tap_->start();
     if (started) return;
     if (const auto report = std::exchange(onFirstFailure_, nullptr)) report(started.error());
@@ -20,8 +16,6 @@ void CaptureRun::tryStart() {
 
 void CaptureRun::end() {
     controlQueue_.assertCurrent();
-    if (ended_) return;
-    ended_ = true;
     retry_.cancel();
     tap_->stop();
 }

@@ -27,19 +27,16 @@ public:
 
     /// Called on the control queue with the first failure only. Set before begin().
     void setFirstFailureHandler(FailureHandler handler) { onFirstFailure_ = std::move(handler); }
-    /// Does nothing once the run has ended.
+    /// Requires: not ended.
     void begin();
-    /// Ends capture, or the tries to start it. Once is enough.
+    /// Ends capture, or the tries to start it. Safe before begin().
     void end();
 
 private:
-    void tryStart();
-
     const std::shared_ptr<CoreAudioTapCapture> tap_;
     SerialQueue& controlQueue_;
     FailureHandler onFirstFailure_; // empty once it has been called
     DelayedWork retry_;
-    bool ended_ = false;
 };
 
 } // namespace rewindle

@@ -166,9 +166,7 @@ void CoreAudioTapCapture::tearDown() {
     watcher_.unwatchTap();
     const auto device = aggregateDeviceID_.load();
     if (deviceProcID_ != 0) {
-        // What was played until now is kept; the device may have been gathering it for a larger gulp.
-        queue_.sync([this] { deliverPending(); });
-        hardware_.stopDevice(device);
+        hardware_.stopDevice(device); // hands over what was played until now
         hardware_.destroyIoProc(device, deviceProcID_);
     }
     if (device != kNoAudioObject) hardware_.destroyAggregateDevice(device);
@@ -208,7 +206,7 @@ void CoreAudioTapCapture::defaultOutputDeviceChanged() {
 
 void CoreAudioTapCapture::hardwareDevicesChanged() {
     logRouteState("hardwareDevices property fired");
-    OutputRoute route;
+    RouteSnapshot route;
     route.activeDevice = activeOutputDeviceID_;
     route.previousListenerDevice = watcher_.dataSourceListenerDevice();
     watcher_.refreshDataSourceListener();

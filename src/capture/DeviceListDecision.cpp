@@ -11,7 +11,7 @@ const char* text(bool value) {
 
 } // namespace
 
-DeviceListDecision DeviceListDecision::make(const OutputRoute& route) {
+DeviceListDecision DeviceListDecision::make(const RouteSnapshot& route) {
     DeviceListDecision decision;
     decision.defaultDeviceChanged = route.defaultDevice != route.activeDevice;
     decision.activeDeviceDisconnected =
@@ -28,7 +28,7 @@ std::optional<std::string> DeviceListDecision::restartReason() const {
     return std::nullopt;
 }
 
-std::string DeviceListDecision::logLine(const OutputRoute& route) const {
+std::string DeviceListDecision::logLine(const RouteSnapshot& route) const {
     const auto currentDefault = route.defaultDevice ? std::to_string(*route.defaultDevice) : "unavailable";
     return "[route] hardwareDevices decision: previousActiveDevice=" + std::to_string(route.activeDevice) +
            " currentDefault=" + currentDefault + " defaultDeviceChanged=" + text(defaultDeviceChanged) +

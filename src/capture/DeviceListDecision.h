@@ -9,7 +9,7 @@
 namespace rewindle {
 
 /// What is known of the output route when the device list has changed.
-struct OutputRoute {
+struct RouteSnapshot {
     AudioObjectID activeDevice = kNoAudioObject;           // capture is bound to it
     std::optional<AudioObjectID> defaultDevice;            // none when it cannot be read
     std::optional<std::vector<AudioObjectID>> devices;     // none when the sound server cannot be reached
@@ -24,12 +24,12 @@ struct DeviceListDecision {
     bool listenerDeviceChanged = false;
 
     /// A sound server that is gone counts as one that has lost every device.
-    [[nodiscard]] static DeviceListDecision make(const OutputRoute& route);
+    [[nodiscard]] static DeviceListDecision make(const RouteSnapshot& route);
 
     /// The reason for a restart; none when nothing relevant moved.
     [[nodiscard]] std::optional<std::string> restartReason() const;
     /// The facts and the decision in one line for the log.
-    [[nodiscard]] std::string logLine(const OutputRoute& route) const;
+    [[nodiscard]] std::string logLine(const RouteSnapshot& route) const;
 };
 
 } // namespace rewindle

@@ -14,7 +14,8 @@ namespace rewindle {
 
 /// Names a device, tap or aggregate device of the sound server; 0 is none.
 using AudioObjectID = std::uint32_t;
-/// What an operation of the sound server reported: 0 is success, else a negative errno or a four-character code.
+/// What an operation of the sound server reported: 0 is success, else a negative errno or a four-character
+/// code.
 using AudioStatus = std::int32_t;
 
 constexpr AudioObjectID kNoAudioObject = 0;
@@ -50,7 +51,8 @@ struct AggregateDeviceDescription {
     std::vector<SubTap> taps;
 };
 
-/// The properties whose changes can be listened to. The first three belong to the system object or an output device.
+/// The properties whose changes can be listened to. The first three belong to the system object or an output
+/// device.
 enum class AudioProperty {
     defaultOutputDevice, // of the system
     hardwareDevices,     // of the system: the device list, the connection to the sound server included
@@ -60,7 +62,7 @@ enum class AudioProperty {
 
 /// What a started device has suffered since it was started. Frames are in the tap's rate.
 struct CaptureTroubles {
-    std::uint64_t gaps = 0;          // stretches without cycles that were filled with silence
+    std::uint64_t gaps = 0; // stretches without cycles that were filled with silence
     std::uint64_t gapFrames = 0;
     std::uint64_t overruns = 0;      // bursts of frames lost because nobody drained the device in time
     std::uint64_t overrunFrames = 0; // filled with silence, too
@@ -74,9 +76,11 @@ enum class DeliveryPace {
 
 /// The sound server: taps of what the computer plays, and the routes it plays on.
 ///
-/// Threads: everything runs on the control queue that the implementation was made with, except where a method says
+/// Threads: everything runs on the control queue that the implementation was made with, except where a method
+/// says
 ///          otherwise. Listeners are called on it too, never from inside another call.
-/// Errors:  an operation returns the status with which the sound server refused it. An unreachable server refuses
+/// Errors:  an operation returns the status with which the sound server refused it. An unreachable server
+/// refuses
 ///          everything; a later call tries to reach it again.
 class AudioHardware {
 public:
@@ -102,7 +106,8 @@ public:
     virtual bool hasDataSource(AudioObjectID device) = 0;
     virtual AudioResult<std::string> dataSource(AudioObjectID device) = 0;
 
-    virtual AudioResult<AudioObjectID> createAggregateDevice(const AggregateDeviceDescription& description) = 0;
+    virtual AudioResult<AudioObjectID>
+    createAggregateDevice(const AggregateDeviceDescription& description) = 0;
     virtual void destroyAggregateDevice(AudioObjectID device) = 0;
     /// Asks for I/O cycles of `frames`; the device may keep its own size.
     virtual AudioStatus setBufferFrameSize(AudioObjectID device, std::uint32_t frames) = 0;
@@ -112,17 +117,19 @@ public:
     /// After this returns `proc` is not called any more. Not from `proc` itself.
     virtual void destroyIoProc(AudioObjectID device, IoProcID proc) = 0;
     virtual AudioResult<void> startDevice(AudioObjectID device) = 0;
+    /// What the device still holds goes to `proc` before this returns.
     virtual void stopDevice(AudioObjectID device) = 0;
 
-    /// The device's I/O queue only: calls the I/O procedure now for all that waits. Unknown devices are ignored.
+    /// The device's I/O queue only: calls the I/O procedure now for all that waits. Unknown devices are
+    /// ignored.
     virtual void deliverPending(AudioObjectID device) = 0;
     /// Any thread. Holds for all devices, now and later.
     virtual void setDeliveryPace(DeliveryPace pace) = 0;
     /// Any thread. Sums over all devices since construction.
     virtual CaptureTroubles troubles() const = 0;
 
-    /// `object` is the device for `outputDataSource` and `tapInterrupted`, else kNoAudioObject. Stays attached while
-    /// the connection to the server is lost and found again.
+    /// `object` is the device for `outputDataSource` and `tapInterrupted`, else kNoAudioObject. Stays
+    /// attached while the connection to the server is lost and found again.
     virtual ListenerID addListener(AudioObjectID object, AudioProperty property, Listener listener) = 0;
     /// The listener is not called after this returns.
     virtual void removeListener(ListenerID listener) = 0;

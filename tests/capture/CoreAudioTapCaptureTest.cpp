@@ -1,11 +1,4 @@
-#include "capture/CoreAudioTapCapture.h"
-#include "fakes/CapturingLogSink.h"
-#include "fakes/FakeAudioHardware.h"
-#include "fakes/ManualQueues.h"
-
-#include <gmock/gmock.h>
-
-#include <span>
+#include "TapCaptureFixture.h"
 
 namespace rewindle::test {
 namespace {
@@ -16,75 +9,7 @@ using testing::IsEmpty;
 using Call = FakeAudioHardware::Call;
 using Kind = CoreAudioTapCaptureError::Kind;
 
-constexpr AudioObjectID kSpeakers = 50, kHeadphones = 51, kDisplay = 52;
-constexpr std::int64_t kPid = 77;
-
-/// Speakers (with a data source) and headphones (without); the speakers are the default.
-class CoreAudioTapCaptureTest : public testing::Test {
-protected:
-    CoreAudioTapCaptureTest() {
-        hardware.addDevice(kSpeakers, "speakers", true);
-        hardware.addDevice(kHeadphones, "headphones");
-        hardware.setDefaultDevice(kSpeakers);
-        tap->setCallbacks(callbacks());
-    }
-    ~CoreAudioTapCaptureTest() override { EXPECT_THAT(hardware.violations(), IsEmpty()); }
-
-    CoreAudioTapCapture::Callbacks callbacks() {
-        CoreAudioTapCapture::Callbacks result;
-        result.onBuffer = [this](const AudioPCMBuffer& buffer) { framesReceived += buffer.frameLength; };
-        result.onOutputDeviceUIDChanged = [this](const std::string& uid) { changedUids.push_back(uid); };
-        result.onCaptureRestartFailed = [this](const CoreAudioTapCaptureError& error) {
-            failures.push_back(error);
-        };
-        result.onOutputDeviceChosen = [this](const std::string& uid) { events.push_back("chosen " + uid); };
-        result.onOutputDeviceResolved = [this](const std::string& uid) {
-            events.push_back("resolved " + uid);
-        };
-        result.onCaptureRestartSeam = [this] {
-            events.push_back("seam, " + std::to_string(hardware.aggregate()) + " devices, " +
-                             std::to_string(framesReceived) + " frames");
-        };
-        return result;
-    }
-
-    CoreAudioTapCapture::StartResult start() {
-        CoreAudioTapCapture::StartResult result;
-        queues.control.sync([&] { result = tap->start(); });
-        queues.settle();
-        return result;
-    }
-    void stop() {
-        queues.control.sync([&] { tap->stop(); });
-        queues.settle();
-    }
-    void fire(AudioProperty property, AudioObjectID object = kNoAudioObject) {
-        hardware.fire(property, object);
-        queues.settle();
-    }
-    /// The reasons and numbers of the restarts so far, as the log tells them: "retry 2".
-    std::vector<std::string> restarts() const {
-        std::vector<std::string> found;
-        for (const auto& line : log.lines()) {
-            const std::string before = "Output route changed (", between = "); restarting capture (attempt ";
-            const auto first = line.find(before);
-            const auto second = line.find(between);
-            if (first == line.npos) continue;
-            const auto reason = line.substr(first + before.size(), second - first - before.size());
-            found.push_back(reason + " " + line.substr(second + between.size(), 1));
-        }
-        return found;
-    }
-
-    ManualQueues queues;
-    CapturingLogSink log;
-    FakeAudioHardware hardware{queues.control};
-    std::shared_ptr<CoreAudioTapCapture> tap = std::make_shared<CoreAudioTapCapture>(
-        hardware, queues.capture, queues.control, queues.main, log, kPid);
-    std::int64_t framesReceived = 0;
-    std::vector<std::string> changedUids, events;
-    std::vector<CoreAudioTapCaptureError> failures;
-};
+using CoreAudioTapCaptureTest = TapCaptureFixture;
 
 TEST_F(CoreAudioTapCaptureTest, StartsByTappingTheWholeMixOnTheDefaultOutputDevice) {
     ASSERT_TRUE(start());
@@ -117,6 +42,10 @@ TEST_F(CoreAudioTapCaptureTest, ExcludesNothingWhenItsOwnProcessIsUnknown) {
 }
 
 TEST_F(CoreAudioTapCaptureTest, StopsByTakingEverythingDownAndHearsNothingAfterwards) {
+    const auto held = std::make_shared<int>(0);
+    auto holding = callbacks();
+    holding.onCaptureRestartSeam = [held] {};
+    tap->setCallbacks(std::move(holding));
     ASSERT_TRUE(start());
     const auto lateCycle = hardware.lastProc();
     hardware.fire(AudioProperty::defaultOutputDevice); // told before the stop, heard after it
@@ -125,6 +54,7 @@ TEST_F(CoreAudioTapCaptureTest, StopsByTakingEverythingDownAndHearsNothingAfterw
     EXPECT_THAT(hardware.calls(), ElementsAre("stop", "destroy proc", "destroy aggregate", "destroy tap"));
     EXPECT_EQ(hardware.liveObjects(), 0U);
     EXPECT_FALSE(tap->isRunning());
+    EXPECT_EQ(held.use_count(), 1) << "the callbacks are kept";
 
     const float samples[2] = {1, 1};
     const AudioBuffer list[] = {{1, sizeof samples, samples}, {1, sizeof samples, samples}};
@@ -183,38 +113,6 @@ TEST_F(CoreAudioTapCaptureTest, RefusesToStartWithoutADeviceOrAFormatItUnderstan
     EXPECT_EQ(hardware.liveObjects(), 0U);
 }
 
-TEST_F(CoreAudioTapCaptureTest, RestartsOnceForEventsWithinEightyMillisecondsUnderTheLastReason) {
-    ASSERT_TRUE(start());
-    fire(AudioProperty::defaultOutputDevice);
-    queues.runFor(79ms);
-    fire(AudioProperty::outputDataSource, kSpeakers);
-    queues.runFor(79ms);
-    EXPECT_EQ(hardware.starts(), 1);
-    queues.runFor(1ms);
-    EXPECT_THAT(restarts(), ElementsAre("output data source changed 1"));
-    EXPECT_EQ(hardware.starts(), 2);
-    EXPECT_EQ(log.count("[route] scheduling restart, reason=default output device changed"), 1);
-    EXPECT_EQ(log.count("[route] coalescing pending restart; superseding reason=output data source changed"),
-              1);
-
-    fire(AudioProperty::tapInterrupted, hardware.aggregate());
-    queues.runFor(80ms);
-    EXPECT_EQ(restarts().back(), "audio hardware devices changed 1");
-    EXPECT_FALSE(queues.nextDue());
-}
-
-TEST_F(CoreAudioTapCaptureTest, KeepsWhatWasPlayedBeforeARestartAndMarksTheSeamBetweenTheOldTapAndTheNew) {
-    ASSERT_TRUE(start());
-    hardware.play(std::vector<float>(700, 0.5F), std::vector<float>(700, 0.5F)); // not fetched yet
-    events.clear();
-    hardware.setDefaultDevice(kHeadphones);
-    fire(AudioProperty::defaultOutputDevice);
-    queues.runFor(80ms);
-    EXPECT_THAT(events,
-                ElementsAre("seam, 0 devices, 700 frames", "chosen headphones", "resolved headphones"));
-    EXPECT_EQ(hardware.aggregateDescription().master, "headphones");
-}
-
 TEST_F(CoreAudioTapCaptureTest, ReportsTheDeviceAtTheStartAndWheneverAnotherOneTakesItsPlace) {
     ASSERT_TRUE(start());
     fire(AudioProperty::outputDataSource, kSpeakers);
@@ -224,105 +122,6 @@ TEST_F(CoreAudioTapCaptureTest, ReportsTheDeviceAtTheStartAndWheneverAnotherOneT
     fire(AudioProperty::defaultOutputDevice);
     queues.runFor(1s);
     EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
-}
-
-/// A running capture that loses its output: every start fails from the first restart on.
-class FailingRestartTest : public CoreAudioTapCaptureTest {
-protected:
-    void loseOutput() {
-        ASSERT_TRUE(start());
-        hardware.refuse(Call::start, -110);
-        fire(AudioProperty::defaultOutputDevice);
-    }
-};
-
-TEST_F(FailingRestartTest, TriesSixTimesWithGrowingPausesReportsOnceAndBeginsAgain) {
-    loseOutput();
-    const struct {
-        std::chrono::milliseconds pause;
-        const char* restart;
-    } schedule[] = {{80ms, "default output device changed 1"},
-                    {150ms, "retry 2"},
-                    {350ms, "retry 3"},
-                    {750ms, "retry 4"},
-                    {1500ms, "retry 5"},
-                    {2000ms, "retry 6"},
-                    {3000ms, "recovery 1"},
-                    {150ms, "retry 2"}};
-    std::vector<std::string> expected;
-    for (const auto& [pause, restart] : schedule) {
-        SCOPED_TRACE(restart);
-        queues.runFor(pause - 1ms);
-        EXPECT_EQ(restarts(), expected);
-        queues.runFor(1ms);
-        expected.emplace_back(restart);
-        EXPECT_EQ(restarts(), expected);
-        EXPECT_EQ(failures.size(), expected.size() < 6 ? 0U : 1U);
-        EXPECT_EQ(hardware.liveObjects(), 3U); // the listeners: default device, devices, data source
-        EXPECT_EQ(log.count("Capture restart failed (attempt "), static_cast<int>(expected.size()));
-    }
-    EXPECT_EQ(failures.at(0), (CoreAudioTapCaptureError{Kind::deviceStartFailed, -110}));
-    EXPECT_EQ(
-        log.count("Capture restart failed (attempt 6): Failed to start system audio capture (error -110)."),
-        1);
-    queues.runFor(20s);
-    EXPECT_EQ(failures.size(), 3U) << "one report for each run through the schedule";
-}
-
-TEST_F(FailingRestartTest, CapturesAgainAndEndsTheScheduleAsSoonAsATryWorks) {
-    for (const auto outage : {100ms, 1000ms, 6000ms}) {
-        SCOPED_TRACE(outage.count());
-        tap->setCallbacks(callbacks());
-        loseOutput();
-        queues.runFor(outage);
-        hardware.allow(Call::start);
-        queues.runFor(3s);
-        const auto tries = restarts().size();
-        EXPECT_NE(hardware.aggregate(), kNoAudioObject);
-        EXPECT_FALSE(queues.nextDue());
-        queues.runFor(10s);
-        EXPECT_EQ(restarts().size(), tries);
-        stop();
-        EXPECT_EQ(hardware.liveObjects(), 0U);
-    }
-}
-
-TEST_F(FailingRestartTest, TriesNothingMoreOnceStoppedInWhateverPause) {
-    for (const auto moment : {40ms, 100ms, 1000ms, 6000ms}) { // debounce, first retry, a later one, recovery
-        SCOPED_TRACE(moment.count());
-        tap->setCallbacks(callbacks());
-        loseOutput();
-        queues.runFor(moment);
-        stop();
-        const auto tries = restarts().size();
-        fire(AudioProperty::defaultOutputDevice);
-        fire(AudioProperty::hardwareDevices);
-        queues.runFor(10s);
-        EXPECT_EQ(restarts().size(), tries);
-        EXPECT_EQ(hardware.liveObjects(), 0U);
-        EXPECT_FALSE(queues.nextDue());
-        hardware.allow(Call::start);
-    }
-}
-
-TEST_F(FailingRestartTest, ARouteEventTakesThePlaceOfTheRetryThatWaits) {
-    loseOutput();
-    queues.runFor(80ms + 150ms + 350ms);
-    ASSERT_THAT(restarts(), ElementsAre("default output device changed 1", "retry 2", "retry 3"));
-    hardware.allow(Call::start);
-    fire(AudioProperty::defaultOutputDevice);
-    queues.runFor(10s);
-    EXPECT_EQ(restarts().back(), "default output device changed 1");
-    EXPECT_EQ(restarts().size(), 4U) << "the retry ran beside the restart";
-}
-
-TEST_F(FailingRestartTest, DoesNothingWhenItIsGoneBeforeItsTimeComes) {
-    loseOutput();
-    queues.runFor(100ms);
-    queues.control.sync([&] { tap.reset(); });
-    const auto tries = restarts().size();
-    queues.runFor(10s);
-    EXPECT_EQ(restarts().size(), tries);
 }
 
 TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsCapture) {

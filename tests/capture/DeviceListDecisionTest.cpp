@@ -34,7 +34,7 @@ TEST(DeviceListDecisionTest, RestartsWhenTheActiveDeviceOrTheDefaultOrTheListene
         {"the sound server is gone", 5, none, nullptr, 5, 5, kDisconnected},
     };
     for (const auto& [event, active, defaultDevice, devices, previous, current, reason] : cases) {
-        OutputRoute route{active, defaultDevice, std::nullopt, previous, current};
+        RouteSnapshot route{active, defaultDevice, std::nullopt, previous, current};
         if (devices) route.devices = *devices;
         EXPECT_EQ(DeviceListDecision::make(route).restartReason().value_or("none"), reason ? reason : "none")
             << event;
@@ -42,7 +42,7 @@ TEST(DeviceListDecisionTest, RestartsWhenTheActiveDeviceOrTheDefaultOrTheListene
 }
 
 TEST(DeviceListDecisionTest, TellsTheLogWhatItWentBy) {
-    const OutputRoute route{5, std::nullopt, std::vector<AudioObjectID>{6}, 5, 0};
+    const RouteSnapshot route{5, std::nullopt, std::vector<AudioObjectID>{6}, 5, 0};
     EXPECT_EQ(DeviceListDecision::make(route).logLine(route),
               "[route] hardwareDevices decision: previousActiveDevice=5 currentDefault=unavailable "
               "defaultDeviceChanged=true activeDeviceDisconnected=true previousListenerDevice=5 "

@@ -112,7 +112,7 @@ TEST_F(RewindleThreads, LosesNoFrameToCopiesAndChangesOfDurationWhileAudioIsPlay
     });
 }
 
-TEST_F(RewindleThreads, SurvivesRouteChangesFreezesAndGainsWhileAudioIsPlayed) {
+TEST_F(RewindleThreads, SurvivesRouteChangesFreezesGainsAndDurationsWhileAudioIsPlayed) {
     startAndWait();
     std::jthread player([this] { play(1000); });
     hardware.setDefaultDevice(kHeadphones);
@@ -123,6 +123,7 @@ TEST_F(RewindleThreads, SurvivesRouteChangesFreezesAndGainsWhileAudioIsPlayed) {
         onInterface([&] {
             engine->setFrozen(round % 3 == 0);
             engine->setGain(static_cast<float>(round % 5), round % 2 == 0);
+            engine->setDuration(kAllRecordingDurations[static_cast<std::size_t>(round % 3)]);
             engine->levelMeter().advance(0.01);
             const auto now = engine->ringBuffer().get()->info().totalFramesWritten;
             EXPECT_GE(now, frames);

@@ -223,6 +223,7 @@ public:
     void stopDevice(AudioObjectID device) override {
         note("stop");
         find(device)->setRunning(false);
+        if (auto* queue = find(device)->queue()) queue->sync([&] { deliverPending(device); });
     }
 
     void deliverPending(AudioObjectID device) override {

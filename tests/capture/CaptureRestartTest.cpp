@@ -1,0 +1,146 @@
+#include "TapCaptureFixture.h"
+
+namespace rewindle::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Call = FakeAudioHardware::Call;
+using Kind = CoreAudioTapCaptureError::Kind;
+
+using CaptureRestartTest = TapCaptureFixture;
+
+TEST_F(CaptureRestartTest, RestartsOnceForEventsWithinEightyMillisecondsUnderTheLastReason) {
+    ASSERT_TRUE(start());
+    fire(AudioProperty::defaultOutputDevice);
+    queues.runFor(79ms);
+    fire(AudioProperty::outputDataSource, kSpeakers);
+    queues.runFor(79ms);
+    EXPECT_EQ(hardware.starts(), 1);
+    queues.runFor(1ms);
+    EXPECT_THAT(restarts(), ElementsAre("output data source changed 1"));
+    EXPECT_EQ(hardware.starts(), 2);
+    EXPECT_EQ(log.count("[route] scheduling restart, reason=default output device changed"), 1);
+    EXPECT_EQ(log.count("[route] coalescing pending restart; superseding reason=output data source changed"),
+              1);
+
+    fire(AudioProperty::tapInterrupted, hardware.aggregate());
+    queues.runFor(80ms);
+    EXPECT_EQ(restarts().back(), "audio hardware devices changed 1");
+    EXPECT_FALSE(queues.nextDue());
+}
+
+TEST_F(CaptureRestartTest, KeepsWhatWasPlayedBeforeARestartAndMarksTheSeamBetweenTheOldTapAndTheNew) {
+    ASSERT_TRUE(start());
+    hardware.play(std::vector<float>(700, 0.5F), std::vector<float>(700, 0.5F)); // not fetched yet
+    events.clear();
+    hardware.setDefaultDevice(kHeadphones);
+    fire(AudioProperty::defaultOutputDevice);
+    queues.runFor(80ms);
+    EXPECT_THAT(events,
+                ElementsAre("seam, 0 devices, 700 frames", "chosen headphones", "resolved headphones"));
+    EXPECT_EQ(hardware.aggregateDescription().master, "headphones");
+}
+
+/// A running capture that loses its output: every start fails from the first restart on.
+class FailingCaptureRestartTest : public TapCaptureFixture {
+protected:
+    void loseOutput() {
+        ASSERT_TRUE(start());
+        hardware.refuse(Call::start, -110);
+        fire(AudioProperty::defaultOutputDevice);
+    }
+};
+
+TEST_F(FailingCaptureRestartTest, TriesSixTimesWithGrowingPausesReportsOnceAndBeginsAgain) {
+    loseOutput();
+    const struct {
+        std::chrono::milliseconds pause;
+        const char* restart;
+    } schedule[] = {{80ms, "default output device changed 1"},
+                    {150ms, "retry 2"},
+                    {350ms, "retry 3"},
+                    {750ms, "retry 4"},
+                    {1500ms, "retry 5"},
+                    {2000ms, "retry 6"},
+                    {3000ms, "recovery 1"},
+                    {150ms, "retry 2"}};
+    std::vector<std::string> expected;
+    for (const auto& [pause, restart] : schedule) {
+        SCOPED_TRACE(restart);
+        queues.runFor(pause - 1ms);
+        EXPECT_EQ(restarts(), expected);
+        queues.runFor(1ms);
+        expected.emplace_back(restart);
+        EXPECT_EQ(restarts(), expected);
+        EXPECT_EQ(failures.size(), expected.size() < 6 ? 0U : 1U);
+        EXPECT_EQ(hardware.liveObjects(), 3U); // the listeners: default device, devices, data source
+        EXPECT_EQ(log.count("Capture restart failed (attempt "), static_cast<int>(expected.size()));
+    }
+    EXPECT_EQ(failures.at(0), (CoreAudioTapCaptureError{Kind::deviceStartFailed, -110}));
+    EXPECT_EQ(
+        log.count("Capture restart failed (attempt 6): Failed to start system audio capture (error -110)."),
+        1);
+    queues.runFor(20s);
+    EXPECT_EQ(failures.size(), 3U) << "one report for each run through the schedule";
+}
+
+TEST_F(FailingCaptureRestartTest, CapturesAgainAndEndsTheScheduleAsSoonAsATryWorks) {
+    for (const auto outage : {100ms, 1000ms, 6000ms}) {
+        SCOPED_TRACE(outage.count());
+        tap->setCallbacks(callbacks());
+        loseOutput();
+        queues.runFor(outage);
+        hardware.allow(Call::start);
+        queues.runFor(3s);
+        const auto tries = restarts().size();
+        EXPECT_NE(hardware.aggregate(), kNoAudioObject);
+        EXPECT_FALSE(queues.nextDue());
+        queues.runFor(10s);
+        EXPECT_EQ(restarts().size(), tries);
+        stop();
+        EXPECT_EQ(hardware.liveObjects(), 0U);
+    }
+}
+
+TEST_F(FailingCaptureRestartTest, TriesNothingMoreOnceStoppedInWhateverPause) {
+    for (const auto moment : {40ms, 100ms, 1000ms, 6000ms}) { // debounce, first retry, a later one, recovery
+        SCOPED_TRACE(moment.count());
+        tap->setCallbacks(callbacks());
+        loseOutput();
+        queues.runFor(moment);
+        stop();
+        EXPECT_FALSE(queues.nextDue()) << "a restart still waits";
+        const auto tries = restarts().size();
+        fire(AudioProperty::defaultOutputDevice);
+        fire(AudioProperty::hardwareDevices);
+        queues.runFor(10s);
+        EXPECT_EQ(restarts().size(), tries);
+        EXPECT_EQ(hardware.liveObjects(), 0U);
+        hardware.allow(Call::start);
+    }
+}
+
+TEST_F(FailingCaptureRestartTest, ARouteEventTakesThePlaceOfTheRetryThatWaits) {
+    loseOutput();
+    queues.runFor(80ms + 150ms + 350ms);
+    ASSERT_THAT(restarts(), ElementsAre("default output device changed 1", "retry 2", "retry 3"));
+    hardware.allow(Call::start);
+    fire(AudioProperty::defaultOutputDevice);
+    queues.runFor(10s);
+    EXPECT_EQ(restarts().back(), "default output device changed 1");
+    EXPECT_EQ(restarts().size(), 4U) << "the retry ran beside the restart";
+}
+
+TEST_F(FailingCaptureRestartTest, DoesNothingWhenItIsGoneBeforeItsTimeComes) {
+    loseOutput();
+    queues.runFor(100ms);
+    queues.control.sync([&] { tap.reset(); });
+    const auto tries = restarts().size();
+    queues.runFor(10s);
+    EXPECT_EQ(restarts().size(), tries);
+}
+
+} // namespace
+} // namespace rewindle::test
