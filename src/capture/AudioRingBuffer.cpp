@@ -45,10 +45,10 @@ public:
         ++state_.committedBuckets;
     }
 
-    void store(WaveformSummary::Change& change, std::int64_t frames, std::int64_t capacityFrames) {
+    void store(WaveformSummary::Change& change, std::int64_t frames, std::int64_t capacity) {
         state_.totalFramesWritten += frames;
         state_.oldestRetainedFrame =
-            std::max(state_.oldestRetainedFrame, state_.totalFramesWritten - capacityFrames);
+            std::max(state_.oldestRetainedFrame, state_.totalFramesWritten - capacity);
         const std::int64_t used = completed() + (state_.bucketFill > 0 ? 1 : 0);
         change.store(first_, std::span(values_.data(), static_cast<std::size_t>(used)));
         change.store(state_);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace rewindle {
 namespace {
@@ -18,6 +19,7 @@ TapTimeAxis::TapTimeAxis(double rate, std::int64_t startNanoseconds)
 std::int64_t TapTimeAxis::silenceBeforeCycle(std::int64_t nanoseconds, std::uint32_t frames,
                                              bool isContinuous) {
     const auto begin = static_cast<double>(nanoseconds);
+    if (!std::exchange(begun_, true)) expected_ = begin;
     const auto tolerance = static_cast<double>(isContinuous ? kStallTolerance : kTolerance);
     const double gap = begin - expected_;
     std::int64_t silence = 0;
@@ -37,6 +39,7 @@ std::int64_t TapTimeAxis::silenceBeforeCycle(std::int64_t nanoseconds, std::uint
 std::int64_t TapTimeAxis::silenceWhileIdle(std::int64_t nanoseconds) {
     const double gap = static_cast<double>(nanoseconds - kIdleMargin) - expected_;
     if (gap <= 0) return 0;
+    begun_ = true;
     return take(gap);
 }
 

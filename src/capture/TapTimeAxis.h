@@ -13,7 +13,8 @@ namespace rewindle {
 /// Threads: the capture thread only.
 class TapTimeAxis {
 public:
-    /// The axis begins at `startNanoseconds`. Requires: rate > 0.
+    /// The axis begins with the first cycle; at `startNanoseconds` when none comes soon. So what is heard
+    /// right after a start follows what was heard before, without silence between. Requires: rate > 0.
     TapTimeAxis(double rate, std::int64_t startNanoseconds);
 
     /// Frames of silence that belong before a cycle of `frames` that begins at `nanoseconds`. A cycle that
@@ -38,7 +39,8 @@ private:
     [[nodiscard]] std::int64_t take(double gapNanoseconds);
 
     const double nanosecondsPerFrame_;
-    double expected_;  // time of the next frame
+    double expected_; // time of the next frame; before the axis begins, its start
+    bool begun_ = false;
     double ahead_ = 0; // nanoseconds by which the axis ran ahead of the cycles; taken off later gaps
 };
 

@@ -136,6 +136,16 @@ TEST(TapTimeAxis, PartsNoSoundForALateCycleAndFillsARealStall) {
     EXPECT_EQ(axis.silenceBeforeCycle(60'000'000 + 2 * kSecond, 480, false), 960);
 }
 
+TEST(TapTimeAxis, PutsNoSilenceBeforeTheFirstCycleUnlessItIsLongInComing) {
+    TapTimeAxis prompt(48'000, 0);
+    EXPECT_EQ(prompt.silenceWhileIdle(150'000'000), 0);
+    EXPECT_EQ(prompt.silenceBeforeCycle(180'000'000, 480, false), 0);
+    EXPECT_EQ(prompt.silenceBeforeCycle(290'000'000, 480, false), 4800);
+    TapTimeAxis late(48'000, 0);
+    EXPECT_EQ(late.silenceWhileIdle(kSecond), 38'400);
+    EXPECT_EQ(late.silenceBeforeCycle(kSecond, 480, false), 9600);
+}
+
 TEST(TapTimeAxis, TakesBackWhatItFilledTooEarly) {
     TapTimeAxis axis(48'000, 0);
     EXPECT_EQ(axis.silenceWhileIdle(kSecond), 38'400);              // up to 0.8 s

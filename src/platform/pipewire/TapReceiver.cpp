@@ -34,9 +34,8 @@ void TapReceiver::start() {
     captureQueue_.sync([this] {
         signal_.emplace(captureQueue_, [this] { deliver(); });
         timer_.emplace(captureQueue_, [this] { deliver(); });
-        const auto* first = fifo_.front();
-        lastCycle_ = first ? first->nanoseconds : clock_.uptime().count();
-        axis_.emplace(setup_.rate, lastCycle_);
+        startedAt_ = lastCycle_ = clock_.uptime().count();
+        axis_.emplace(setup_.rate, startedAt_);
         wakeTarget_.store(&*signal_,
                           std::memory_order_release); // before deliver(), which sees what came until then
         deliver();
@@ -95,7 +94,21 @@ void TapReceiver::deliver() {
     setTimer(idle);
 }
 
+/// The first cycle after a link was made is empty: the other side has not run yet. Silence that short is no
+/// silence of the recording, and must not use up the fade-in of what follows.
+bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle) const {
+    if (hadCycles_ || cycle.nanoseconds - startedAt_ > TapTimeAxis::kIdleMargin) return false;
+    for (std::size_t channel = 0; channel < fifo_.channels(); ++channel) {
+        const float* samples = fifo_.data(channel); // a first cycle does not wrap
+        if (std::any_of(samples, samples + fifo_.contiguousFrames(),
+                        [](float sample) { return sample != 0; }))
+            return false;
+    }
+    return true;
+}
+
 void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle) {
+    if (belongsToStart(cycle)) return fifo_.consume(cycle.frames);
     if (cycle.lostBefore > 0) {
         axis_->advance(static_cast<std::int64_t>(cycle.lostBefore));
         deliverSilence(static_cast<std::int64_t>(cycle.lostBefore));

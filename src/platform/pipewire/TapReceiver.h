@@ -78,6 +78,7 @@ public:
 private:
     void wake() noexcept REWINDLE_NONBLOCKING;
     void deliverCycle(const TapFifo::Cycle& cycle);
+    [[nodiscard]] bool belongsToStart(const TapFifo::Cycle& cycle) const;
     void deliverSilence(std::int64_t frames);
     void deliverPiece(std::size_t frames);
     void call(const float* left, const float* right, std::size_t frames);
@@ -115,7 +116,8 @@ private:
     SampleArray mixedRight_;
     std::vector<float> silence_;
     std::vector<const float*> pieces_;
-    std::int64_t lastCycle_ = 0; // monotonic nanoseconds; when it was started before the first
+    std::int64_t startedAt_ = 0; // monotonic nanoseconds
+    std::int64_t lastCycle_ = 0; // the same; when it was started before the first
     bool hadCycles_ = false;
     bool reported_ = false;
     std::uint64_t overrunsSeen_ = 0;

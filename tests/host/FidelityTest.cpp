@@ -1,0 +1,175 @@
+// What is played comes out of a clip as it went in.
+
+#include "host/Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <thread>
+
+namespace rewindle::test {
+namespace {
+
+constexpr double kMinus100Dbfs = 1e-5;
+
+TEST(Fidelity, ClipIsBitIdenticalFromTheFirstSampleEvenWhenTheSinkSlept) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const Recorder recorder(session);
+    for (unsigned seed = 1; seed <= 3; ++seed) {
+        SCOPED_TRACE(seed);
+        ASSERT_TRUE(eventually([&] { return session.session("state", "out") == "suspended"; }));
+        const auto sound = noise(1, seed);
+        play(session, padded(sound));
+        const auto clip = recorder.lastSeconds(10);
+        const auto at = find(sound, clip);
+        ASSERT_TRUE(at) << "not in the clip whole";
+        EXPECT_EQ(peak(clip, *at - 480, *at), 0) << "something came before the first sample";
+    }
+    EXPECT_EQ(recorder.status("gaps"), "0");
+    EXPECT_EQ(recorder.status("overruns"), "0");
+}
+
+TEST(Fidelity, TwentyFiveShortSoundsSurviveAnOverloadedComputer) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const Recorder recorder(session);
+    std::vector<Process> load;
+    for (unsigned i = 0; i < 2 * std::thread::hardware_concurrency(); ++i)
+        load.emplace_back("exec sh -c 'while :; do :; done'");
+    for (unsigned seed = 0; seed < 25; ++seed)
+        play(session, padded(noise(0.1, 100 + seed), 0.3));
+    load.clear();
+    const auto clip = recorder.retained();
+    int complete = 0;
+    for (unsigned seed = 0; seed < 25; ++seed)
+        complete += find(noise(0.1, 100 + seed), clip).has_value();
+    EXPECT_EQ(complete, 25);
+}
+
+/// Amplitude and phase of one sine in a stretch that holds whole periods of it.
+std::complex<double> component(const Sound& sound, std::size_t first, std::size_t frames, double frequency) {
+    std::complex<double> sum = 0;
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double angle = 2 * std::numbers::pi * frequency * static_cast<double>(i) / sound.rate;
+        sum += static_cast<double>(sound.samples[2 * (first + i)]) * std::polar(1.0, -angle);
+    }
+    return 2.0 * sum / static_cast<double>(frames);
+}
+
+TEST(Fidelity, AGraphAt44100IsConvertedInPlaceAndWithoutError) {
+    const PrivateSession session(44'100);
+    session.addDefaultSink("out");
+    const Recorder recorder(session);
+    const std::vector<double> frequencies{100, 1'000, 5'000, 12'000, 18'000, 20'000};
+    Sound sound{std::vector<float>(2 * 3 * 44'100), 44'100};
+    for (std::size_t i = 0; i < sound.frames(); ++i) {
+        double value = 0;
+        for (const double f : frequencies)
+            value += 0.1 * std::sin(2 * std::numbers::pi * f * static_cast<double>(i) / 44'100);
+        sound.samples[2 * i] = sound.samples[2 * i + 1] = static_cast<float>(value);
+    }
+    sound.samples[0] = sound.samples[1] = 0.5F; // an edge to find the start by
+    play(session, padded(sound));
+    const auto clip = recorder.lastSeconds(6);
+    std::size_t start = 0;
+    while (start < clip.frames() && std::abs(clip.samples[2 * start]) < 0.25F)
+        ++start;
+    ASSERT_LT(start + 3 * 48'000 - 4'800, clip.frames());
+
+    // One second from the middle: all sines are there at their level, in step, and nothing else is.
+    const std::size_t first = start + 48'000;
+    double power = 0;
+    for (std::size_t i = first; i < first + 48'000; ++i)
+        power += std::pow(clip.samples[2 * i], 2) / 48'000;
+    std::vector<double> delays;
+    for (const double f : frequencies) {
+        SCOPED_TRACE(f);
+        const auto found = component(clip, first, 48'000, f);
+        EXPECT_NEAR(std::abs(found), 0.1, 2e-5);
+        power -= std::norm(found) / 2;
+        // One second after the start edge every sine is at phase -90 degrees again, but for where the edge
+        // was found.
+        const double behind = -(std::arg(found) + std::numbers::pi / 2) / (2 * std::numbers::pi * f);
+        delays.push_back(behind - std::round(behind * f) / f);
+    }
+    EXPECT_LT(std::sqrt(std::abs(power)), kMinus100Dbfs);
+    for (const double delay : delays)
+        EXPECT_NEAR(delay, 0, 1.0 / 48'000);
+    for (std::size_t i = 1; i < delays.size(); ++i)
+        EXPECT_NEAR(delays[i], delays[0], 1e-7) << frequencies[i];
+}
+
+TEST(Fidelity, VolumeAndMuteOfSinkOrTapDoNotScaleTheRecording) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    std::string node;
+    unsigned seed = 20;
+    {
+        const Recorder recorder(session);
+        node = session.run("pw-cli ls Node | grep -B6 rewindle-tap | awk '/^\\tid/ { print $2 }' | tr -d ,")
+                   .output;
+        node.erase(node.find_last_not_of('\n') + 1);
+        ASSERT_FALSE(node.empty());
+        for (const std::string setting :
+             {"wpctl set-volume @DEFAULT_AUDIO_SINK@ 0.1", "wpctl set-mute @DEFAULT_AUDIO_SINK@ 1",
+              "pw-cli set-param NODE Props '{ mute: true, volume: 0.1, channelVolumes: [ 0.1, 0.1 ] }'"}) {
+            SCOPED_TRACE(setting);
+            std::string command = setting;
+            if (const auto at = command.find("NODE"); at != std::string::npos) command.replace(at, 4, node);
+            std::ignore = session.run(command); // the tap may refuse what it has no use for
+            const auto sound = noise(0.5, seed++);
+            play(session, padded(sound));
+            EXPECT_TRUE(find(sound, recorder.lastSeconds(5)));
+        }
+    }
+    // The session manager stores what it saw and brings it back at the next start.
+    const Recorder again(session);
+    const auto sound = noise(0.5, seed);
+    play(session, padded(sound));
+    EXPECT_TRUE(find(sound, again.lastSeconds(5)));
+}
+
+TEST(Fidelity, SurroundAndMonoOutputsAreMixedToStereo) {
+    const PrivateSession session;
+    session.addDefaultSink("surround", "FL FR FC LFE RL RR");
+    const Recorder recorder(session);
+    const auto sound = noise(0.5, 30); // a stereo client on a 5.1 sink plays on its front channels
+    play(session, padded(sound), "-P '{ channelmix.upmix=false }'");
+    EXPECT_TRUE(find(sound, recorder.lastSeconds(5)));
+
+    session.addDefaultSink("single", "MONO");
+    ASSERT_TRUE(
+        eventually([&] { return recorder.status("device_uid") == "single" && recorder.isCapturing(); }));
+    play(session, padded(noise(0.5, 31)));
+    const auto clip = recorder.lastSeconds(5);
+    EXPECT_GT(peak(clip, 0, clip.frames()), 0.1F);
+    for (std::size_t i = clip.frames() - 48'000; i < clip.frames(); ++i) {
+        ASSERT_EQ(clip.samples[2 * i], clip.samples[2 * i + 1]);
+    }
+}
+
+TEST(Fidelity, FramesCountTimeThroughSuspendAndResume) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const Recorder recorder(session);
+    using Seconds = std::chrono::duration<double>;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto firstFrame = recorder.totalFrames();
+    for (unsigned i = 0; i < 2; ++i) {
+        play(session, noise(1.5, 40 + i));
+        ASSERT_TRUE(eventually([&] { return session.session("state", "out") == "suspended"; }));
+    }
+    play(session, noise(1.5, 42)); // cycles run again: nothing of the axis is still to come
+    const auto frames = static_cast<double>(recorder.totalFrames() - firstFrame);
+    const double elapsed = Seconds(std::chrono::steady_clock::now() - begin).count();
+    ASSERT_GT(elapsed, 10);
+    // The two readings take a moment each, and a cycle is on its way at either end.
+    EXPECT_NEAR(frames / 48'000, elapsed, 0.15);
+}
+
+} // namespace
+} // namespace rewindle::test

@@ -1,0 +1,150 @@
+// The program as its users type it.
+
+#include "host/Recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <sys/mount.h>
+#include <thread>
+
+namespace rewindle::test {
+namespace {
+
+TEST(Program, EveryCommandDoesWhatItSaysAndAnswersByItsExitCode) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const auto rewindle = [&](const std::string& arguments) {
+        return session.run(REWINDLE_BINARY " " + arguments);
+    };
+
+    for (const std::string command : {"status", "status --json", "export --last 5", "freeze", "unfreeze",
+                                      "duration 300", "gain -6", "quit"}) {
+        SCOPED_TRACE(command);
+        const auto result = rewindle(command);
+        EXPECT_EQ(result.exitCode, 3);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
+    }
+
+    Recorder recorder(session, "--duration 60");
+    EXPECT_EQ(recorder.status("duration_seconds"), "60");
+    EXPECT_EQ(rewindle("--headless").exitCode, 1) << "one instance a session";
+    EXPECT_EQ(rewindle("duration 90").exitCode, 2);
+    EXPECT_EQ(rewindle("duration 30").exitCode, 0);
+    EXPECT_EQ(recorder.status("duration_seconds"), "30");
+    EXPECT_EQ(rewindle("gain -6").exitCode, 0);
+    EXPECT_EQ(std::stod(recorder.status("gain_db")), -6);
+    EXPECT_EQ(rewindle("gain 0").exitCode, 0);
+    EXPECT_EQ(rewindle("status").exitCode, 0);
+
+    const auto sound = noise(0.5, 1);
+    play(session, padded(sound));
+    // Without a folder, clips go to the user's own; with one, it is the caller's idea of where that is.
+    const auto clip = rewindle("export --last 5");
+    EXPECT_EQ(clip.exitCode, 0);
+    EXPECT_EQ(clip.errors, "");
+    const Path path = clip.output.substr(0, clip.output.size() - 1);
+    EXPECT_EQ(path.parent_path(), session.folder() / "home/Music/rewindle");
+    EXPECT_TRUE(find(sound, load(path)));
+    const auto relative =
+        session.run("cd " + session.folder().string() + " && " REWINDLE_BINARY " export --all --folder new");
+    EXPECT_EQ(relative.output.substr(0, relative.output.rfind('/')), (session.folder() / "new").string());
+    for (const std::string reader : {"sndfile-info ", "soxi ", "ffprobe -hide_banner "}) {
+        const auto said = session.run(reader + path.string());
+        EXPECT_EQ(said.exitCode, 0) << reader;
+        EXPECT_NE((said.output + said.errors).find("48000"), std::string::npos) << reader;
+    }
+
+    EXPECT_EQ(rewindle("freeze").exitCode, 0);
+    const auto frozenAt = recorder.totalFrames();
+    play(session, padded(noise(0.5, 2)));
+    EXPECT_EQ(recorder.totalFrames(), frozenAt);
+    EXPECT_EQ(recorder.status("frozen"), "true");
+    EXPECT_EQ(rewindle("unfreeze").exitCode, 0);
+    EXPECT_TRUE(eventually([&] { return recorder.totalFrames() > frozenAt; }));
+
+    EXPECT_EQ(rewindle("quit").exitCode, 0);
+    EXPECT_EQ(recorder.process().wait(), 0);
+    EXPECT_EQ(rewindle("status").exitCode, 3);
+}
+
+TEST(Program, TerminationSignalsEndItCleanly) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Recorder recorder(session);
+        recorder.process().signal(signal);
+        EXPECT_EQ(recorder.process().wait(), 0);
+        EXPECT_EQ(session.run("pw-cli ls Node | grep rewindle").output, "");
+    }
+}
+
+TEST(Program, ExportsDurationChangesAndOverlappingCopiesLoseNoFrame) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const Recorder recorder(session, "--duration 600");
+    const auto sound = noise(12, 3);
+    auto player = startPlaying(session, padded(sound));
+    ASSERT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
+    std::vector<std::thread> users;
+    std::atomic<int> exported = 0;
+    for (int user = 0; user < 2; ++user) {
+        users.emplace_back([&] {
+            for (int i = 0; i < 4; ++i) {
+                exported +=
+                    recorder.command("export --all --folder " + session.folder().string()).exitCode == 0;
+            }
+        });
+    }
+    users.emplace_back([&] {
+        for (const std::string seconds : {"30", "600", "45", "300"}) {
+            EXPECT_EQ(recorder.command("duration " + seconds).exitCode, 0);
+        }
+    });
+    for (auto& user : users)
+        user.join();
+    player.wait();
+    EXPECT_EQ(exported, 8);
+    EXPECT_TRUE(find(sound, recorder.retained()));
+    EXPECT_EQ(recorder.status("overruns"), "0");
+}
+
+TEST(Program, AnExportThatCannotBeWrittenSaysWhyAndLeavesNothingBehind) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const Recorder recorder(session);
+    const auto sound = noise(1, 4);
+    play(session, padded(sound));
+    const Path full = session.folder() / "full";
+    const Path readOnly = session.folder() / "read-only";
+    std::filesystem::create_directories(full);
+    std::filesystem::create_directories(readOnly);
+    if (mount("tmpfs", full.c_str(), "tmpfs", 0, "size=64k") != 0 ||
+        mount("tmpfs", readOnly.c_str(), "tmpfs", MS_RDONLY, nullptr) != 0) {
+        GTEST_SKIP() << "needs the right to mount a small file system";
+    }
+    std::ignore = session.run("touch " + (session.folder() / "file").string());
+    struct Case {
+        Path folder;
+        std::string message;
+    };
+    for (const Case& test : {Case{full, "No space left on device"}, Case{readOnly, "Read-only file system"},
+                             Case{session.folder() / "none/clips", "No such file or directory"},
+                             Case{session.folder() / "file", "Not a directory"}}) {
+        SCOPED_TRACE(test.folder);
+        const auto result = recorder.command("export --all --folder " + test.folder.string());
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors, "rewindle: Could not write the audio file: " + test.message + "\n");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(full)) << "a part of a clip was left";
+    umount2(full.c_str(), MNT_DETACH);
+    umount2(readOnly.c_str(), MNT_DETACH);
+    EXPECT_TRUE(find(sound, recorder.retained()));
+}
+
+} // namespace
+} // namespace rewindle::test

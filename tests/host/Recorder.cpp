@@ -1,0 +1,96 @@
+#include "host/Recorder.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+namespace rewindle::test {
+namespace {
+
+int fileCount = 0;
+
+Path newFile(const PrivateSession& session, const std::string& extension) {
+    return session.folder() / ("file-" + std::to_string(fileCount++) + extension);
+}
+
+} // namespace
+
+Recorder::Recorder(const PrivateSession& session, const std::string& options, bool capturing)
+    : session_(session), logFile_(newFile(session, ".log")),
+      process_("REWINDLE_LOG=debug exec " REWINDLE_BINARY " --headless " + options + " 2>" +
+               logFile_.string()) {
+    if (!eventually(
+            [&] { return command("status --json").exitCode == 0 && (!capturing || isCapturing()); })) {
+        throw std::runtime_error("rewindle did not come up: " + log());
+    }
+}
+
+Recorder::~Recorder() {
+    process_.end();
+    if (testing::Test::HasFailure()) std::cerr << log();
+}
+
+CommandResult Recorder::command(const std::string& arguments) const {
+    return session_.run(REWINDLE_BINARY " " + arguments);
+}
+
+std::string Recorder::status(const std::string& key) const {
+    const auto text = command("status --json").output;
+    std::smatch match;
+    const std::regex value("\"" + key + "\": *\"?([^\",}\n]*)");
+    return std::regex_search(text, match, value) ? match[1].str() : "";
+}
+
+Sound Recorder::retained() const {
+    return exported("--all");
+}
+
+Sound Recorder::lastSeconds(double seconds) const {
+    return exported("--last " + std::to_string(seconds));
+}
+
+Sound Recorder::exported(const std::string& arguments) const {
+    const auto result = command("export " + arguments + " --folder " + session_.folder().string());
+    if (result.exitCode != 0) throw std::runtime_error("export failed: " + result.errors);
+    const Path clip = result.output.substr(0, result.output.find('\n'));
+    auto sound = load(clip);
+    std::filesystem::remove(clip);
+    return sound;
+}
+
+std::string Recorder::log() const {
+    std::ifstream file(logFile_);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+int Recorder::logCount(const std::string& part) const {
+    const auto text = log();
+    int count = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+void waitForCapture(const Recorder& recorder) {
+    const auto enough = recorder.totalFrames() + 24'000;
+    if (!eventually([&] { return recorder.totalFrames() > enough; }))
+        throw std::runtime_error("capture does not go on");
+}
+
+Process startPlaying(const PrivateSession& session, const Sound& sound, const std::string& options) {
+    const auto file = newFile(session, ".wav");
+    save(sound, file);
+    return Process("exec pw-play " + options + " " + file.string());
+}
+
+void play(const PrivateSession& session, const Sound& sound, const std::string& options) {
+    auto player = startPlaying(session, sound, options);
+    if (player.wait() != 0) throw std::runtime_error("pw-play failed");
+}
+
+} // namespace rewindle::test
