@@ -41,8 +41,7 @@ int fail(ExitCode code, std::string_view message) {
 
 /// A full disk behind a redirection shows itself only when the text is flushed.
 int print(std::string_view text) {
-    const bool written =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     return written ? toInt(ExitCode::done) : fail(ExitCode::failed, "could not write to standard output");
 }
 
@@ -117,9 +116,8 @@ struct Runner {
         });
     }
     int operator()(const HeadlessCommand& command) const {
-        return withApplication([&](QCoreApplication& application) {
-            return HeadlessProgram(application, command.duration).run();
-        });
+        return withApplication(
+            [&](QCoreApplication& application) { return HeadlessProgram(application, command.duration).run(); });
     }
     int operator()(const HelpCommand&) const { return print(helpText()); }
     int operator()(const VersionCommand&) const { return print("rewindle " REWINDLE_VERSION "\n"); }

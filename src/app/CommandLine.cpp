@@ -30,8 +30,7 @@ CommandLine control(Command command) {
 /// The number that `text` is from its first to its last character, whatever the locale; a sign is allowed.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view text) {
-    if (text.starts_with("+") && !text.starts_with("+-"))
-        text.remove_prefix(1); // from_chars knows only the minus
+    if (text.starts_with("+") && !text.starts_with("+-")) text.remove_prefix(1); // from_chars knows only the minus
     Number value{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
@@ -76,8 +75,7 @@ private:
     Arguments rest_;
 };
 
-CommandLine makeExport(std::optional<std::string_view> last, bool all,
-                       std::optional<std::string_view> folder) {
+CommandLine makeExport(std::optional<std::string_view> last, bool all, std::optional<std::string_view> folder) {
     if (last && all) return usage("export takes --last SECONDS or --all, not both");
     if (!last && !all) return usage("export needs --last SECONDS or --all");
     if (folder && folder->empty()) return usage("--folder needs a folder");
@@ -118,8 +116,7 @@ std::optional<RecordingDuration> parseDurationValue(std::string_view text) {
 CommandLine parseDuration(Arguments arguments) {
     if (arguments.size() != 1) return usage("duration needs " + std::string(kDurations));
     const auto duration = parseDurationValue(arguments[0]);
-    if (!duration)
-        return usage("duration needs " + std::string(kDurations) + ", not " + quoted(arguments[0]));
+    if (!duration) return usage("duration needs " + std::string(kDurations) + ", not " + quoted(arguments[0]));
     return control(DurationCommand{*duration});
 }
 

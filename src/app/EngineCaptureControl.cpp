@@ -45,8 +45,7 @@ std::string describeDevice(AudioHardware& hardware, const std::string& uid) {
 } // namespace
 
 EngineCaptureControl::EngineCaptureControl(const Services& services, std::function<void()> onQuit)
-    : services_(services), onQuit_(std::move(onQuit)),
-      meter_(services.engine.levelMeter(), services.clips.clock),
+    : services_(services), onQuit_(std::move(onQuit)), meter_(services.engine.levelMeter(), services.clips.clock),
       self_(std::make_shared<EngineCaptureControl*>(this)) {
     deviceObservation_ = services_.engine.outputDeviceUid().observe([this] { onOutputDeviceChanged(); });
 }
@@ -61,9 +60,8 @@ void EngineCaptureControl::start() {
     callbacks.onCaptureRestartFailed = [weak = std::weak_ptr(self_)](const CoreAudioTapCaptureError& error) {
         const auto self = weak.lock();
         if (!self) return;
-        (*self)->onCaptureFailed(
-            "Audio capture stopped after an output change. It will retry automatically. (" + error.message() +
-            ")");
+        (*self)->onCaptureFailed("Audio capture stopped after an output change. It will retry automatically. (" +
+                                 error.message() + ")");
     };
     services_.engine.start(std::move(callbacks));
 }
@@ -85,13 +83,12 @@ void EngineCaptureControl::endWhenIdle() {
 }
 
 void EngineCaptureControl::exportLast(double seconds, const Path& folder, ExportReply reply) {
-    exportRange([seconds](const WaveformInfo& held) { return newestRange(held, seconds); }, folder,
-                std::move(reply));
+    exportRange([seconds](const WaveformInfo& held) { return newestRange(held, seconds); }, folder, std::move(reply));
 }
 
 void EngineCaptureControl::exportAll(const Path& folder, ExportReply reply) {
-    exportRange([](const WaveformInfo& held) { return std::pair(held.oldestFrame, held.totalFramesWritten); },
-                folder, std::move(reply));
+    exportRange([](const WaveformInfo& held) { return std::pair(held.oldestFrame, held.totalFramesWritten); }, folder,
+                std::move(reply));
 }
 
 void EngineCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, ExportReply reply) {
@@ -105,8 +102,7 @@ void EngineCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& 
                                 [clips = services_.clips, &mainQueue = services_.mainQueue, folder,
                                  finish = std::move(finish)](const StereoSamples& samples) {
                                     auto outcome = writeToFolder(samples, folder, clips);
-                                    mainQueue.async(
-                                        [finish, outcome = std::move(outcome)] { finish(outcome); });
+                                    mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
                                 });
 }
 

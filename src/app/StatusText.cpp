@@ -97,8 +97,8 @@ std::string statusText(const CaptureStatus& status) {
     text += "Only what goes to the default output is captured.\n";
     text += "Holds    " + fixed(status.retainedSeconds, 1) + " s of at most " +
             std::to_string(status.durationSeconds) + " s\n";
-    text += "Level    left " + levelDb(status.displayDb[0]) + " (peak " + levelDb(status.holdDb[0]) +
-            "), right " + levelDb(status.displayDb[1]) + " (peak " + levelDb(status.holdDb[1]) + ")\n";
+    text += "Level    left " + levelDb(status.displayDb[0]) + " (peak " + levelDb(status.holdDb[0]) + "), right " +
+            levelDb(status.displayDb[1]) + " (peak " + levelDb(status.holdDb[1]) + ")\n";
     text += "Gain     " + signedDb(status.gainDb) + "\n";
     text += "Trouble  " + troublesLine(status.troubles) + "\n";
     if (!status.lastError.empty()) text += "Error    " + oneLine(status.lastError) + "\n";

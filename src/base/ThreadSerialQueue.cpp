@@ -4,8 +4,7 @@
 
 namespace rewindle {
 
-ThreadSerialQueue::ThreadSerialQueue(std::string label)
-    : label_(std::move(label)), thread_([this] { run(); }) {}
+ThreadSerialQueue::ThreadSerialQueue(std::string label) : label_(std::move(label)), thread_([this] { run(); }) {}
 
 ThreadSerialQueue::~ThreadSerialQueue() {
     {

@@ -16,8 +16,7 @@ constexpr std::int64_t kLeastScratchFrames = 4096;
 
 bool isUsable(const StreamDescription& tap) {
     const bool rateInRange = tap.sampleRate >= kLowestRate && tap.sampleRate <= kHighestRate; // false for NaN
-    return rateInRange && std::floor(tap.sampleRate) == tap.sampleRate && tap.isFloat &&
-           tap.bitsPerChannel == 32;
+    return rateInRange && std::floor(tap.sampleRate) == tap.sampleRate && tap.isFloat && tap.bitsPerChannel == 32;
 }
 
 StreamDescription stereo(double sampleRate) {
@@ -35,8 +34,8 @@ bool holds(const AudioBuffer& buffer, std::int64_t bytes) {
 
 /// Splits frames of `channels` samples; a constant lets the compiler vectorise the loop.
 template <class Channels>
-void deinterleave(const float* __restrict samples, Channels channels, std::int64_t frames,
-                  float* __restrict left, float* __restrict right) noexcept {
+void deinterleave(const float* __restrict samples, Channels channels, std::int64_t frames, float* __restrict left,
+                  float* __restrict right) noexcept {
     for (std::int64_t i = 0; i < frames; ++i) {
         left[i] = samples[i * channels];
         right[i] = samples[i * channels + 1];
@@ -59,8 +58,8 @@ std::unique_ptr<AudioBufferListConverter> AudioBufferListConverter::create(const
 
 AudioBufferListConverter::AudioBufferListConverter(const StreamDescription& tap)
     : tapChannelCount(std::max<std::int64_t>(tap.channelsPerFrame, 1)),
-      audioSampleByteSize(std::max<std::int64_t>(tap.bitsPerChannel, 8) / 8),
-      workingFormat(stereo(tap.sampleRate)), targetFormat(stereo(kTargetRate)) {
+      audioSampleByteSize(std::max<std::int64_t>(tap.bitsPerChannel, 8) / 8), workingFormat(stereo(tap.sampleRate)),
+      targetFormat(stereo(kTargetRate)) {
     if (tap.sampleRate == kTargetRate) return;
     converter_.emplace(static_cast<std::int64_t>(tap.sampleRate), static_cast<std::int64_t>(kTargetRate));
 }
@@ -78,8 +77,7 @@ std::uint32_t AudioBufferListConverter::frameCount(AudioBufferList input) const 
     if (hasBufferPerChannel(input)) {
         const auto first = std::ssize(input) - tapChannelCount;
         if (first < 0) return 0;
-        return static_cast<std::uint32_t>(input[static_cast<std::size_t>(first)].byteSize /
-                                          audioSampleByteSize);
+        return static_cast<std::uint32_t>(input[static_cast<std::size_t>(first)].byteSize / audioSampleByteSize);
     }
     const auto bytesPerFrame = input.back().channelCount * audioSampleByteSize;
     return bytesPerFrame < 1 ? 0 : static_cast<std::uint32_t>(input.back().byteSize / bytesPerFrame);

@@ -50,9 +50,7 @@ public:
     [[nodiscard]] const AudioPCMBuffer* convert(AudioBufferList input, std::uint32_t frameCount);
 
     /// By how many output frames the output is late: 0 at 48,000, else `SampleRateConverter::delayFrames`.
-    [[nodiscard]] std::int64_t delayFrames() const noexcept {
-        return converter_ ? converter_->delayFrames() : 0;
-    }
+    [[nodiscard]] std::int64_t delayFrames() const noexcept { return converter_ ? converter_->delayFrames() : 0; }
     [[nodiscard]] Capacities capacities() const noexcept;
 
 private:
@@ -75,8 +73,7 @@ private:
 
     explicit AudioBufferListConverter(const StreamDescription& tap);
     [[nodiscard]] bool hasBufferPerChannel(AudioBufferList input) const noexcept;
-    [[nodiscard]] std::optional<Source> findChannels(AudioBufferList input,
-                                                     std::int64_t frames) const noexcept;
+    [[nodiscard]] std::optional<Source> findChannels(AudioBufferList input, std::int64_t frames) const noexcept;
     [[nodiscard]] std::optional<Source> findSeparateChannels(AudioBufferList input,
                                                              std::int64_t frames) const noexcept;
     void copyToWorking(const Source& source, std::int64_t frames) noexcept;

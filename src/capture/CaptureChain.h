@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "base/SerialQueue.h"
 #include "capture/AudioRingBuffer.h"
 #include "capture/CaptureSeamSoftener.h"
 #include "meter/CaptureLevelMeter.h"
@@ -21,7 +22,8 @@ class CoreAudioTapCapture;
 /// Real time: `process` allocates nothing and blocks on one short lock at a time.
 class CaptureChain {
 public:
-    CaptureChain(std::int64_t durationSeconds, float gainDb, AudioMemory& memory, const Clock& clock);
+    CaptureChain(std::int64_t durationSeconds, float gainDb, AudioMemory& memory, const Clock& clock,
+                 const SerialQueue& queue);
     CaptureChain(const CaptureChain&) = delete;
     CaptureChain& operator=(const CaptureChain&) = delete;
 
@@ -38,7 +40,7 @@ public:
     /// Appends what the device still holds.
     void fetchPending();
 
-    void setFrozen(bool frozen) { ringBuffer_->setFrozen(frozen); }
+    void setFrozen(bool frozen);
     /// The frames [range.first, range.second), as far as they are held.
     [[nodiscard]] StereoSamples copy(std::pair<std::int64_t, std::int64_t> range);
     /// Goes on in a ring buffer of another length, with the newest audio that fits; returns it. Null when the
@@ -48,6 +50,7 @@ public:
 
 private:
     AudioMemory& memory_;
+    const SerialQueue& queue_; // the capture queue
     std::shared_ptr<AudioRingBuffer> ringBuffer_;
     std::weak_ptr<CoreAudioTapCapture> tap_;
     std::int64_t seamFrame_ = 0; // frames written at the last seam; an empty buffer has nothing to fade

@@ -46,8 +46,7 @@ std::string label(float db) {
     const float limited = std::clamp(db, kMinimumDb, kMaximumDb);
     if (std::abs(limited) < kLabelledAsZeroDb) return "0 dB";
     std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%s%.1f dB", limited > 0 ? "+" : "",
-                  static_cast<double>(limited));
+    std::snprintf(text.data(), text.size(), "%s%.1f dB", limited > 0 ? "+" : "", static_cast<double>(limited));
     return text.data();
 }
 

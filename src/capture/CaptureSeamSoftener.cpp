@@ -51,8 +51,7 @@ bool CaptureSeamSoftener::isTransparent() const noexcept {
 float CaptureSeamSoftener::nextFrameGain() noexcept {
     if (gainRampRemaining_ > 1) {
         // The remaining difference over the remaining frames: a straight line from wherever the gain is now.
-        appliedLinearGain_ +=
-            (targetLinearGain_ - appliedLinearGain_) / static_cast<float>(gainRampRemaining_);
+        appliedLinearGain_ += (targetLinearGain_ - appliedLinearGain_) / static_cast<float>(gainRampRemaining_);
         --gainRampRemaining_;
     } else {
         appliedLinearGain_ = targetLinearGain_;

@@ -239,27 +239,24 @@ void CoreAudioTapCapture::setPendingRestart(std::chrono::nanoseconds delay,
                                             std::function<void(CoreAudioTapCapture&)> work) {
     // One chain of tries at a time: a route event takes the place of a retry that waits.
     if (pendingRestartWorkItem_) pendingRestartWorkItem_->cancel();
-    pendingRestartWorkItem_ =
-        controlQueue_.asyncAfter(delay, [weak = weak_from_this(), work = std::move(work)] {
-            const auto self = weak.lock();
-            if (!self) return;
-            self->pendingRestartWorkItem_.reset();
-            work(*self);
-        });
+    pendingRestartWorkItem_ = controlQueue_.asyncAfter(delay, [weak = weak_from_this(), work = std::move(work)] {
+        const auto self = weak.lock();
+        if (!self) return;
+        self->pendingRestartWorkItem_.reset();
+        work(*self);
+    });
 }
 
 void CoreAudioTapCapture::performCaptureRestart(const std::string& reason, std::size_t attempt) {
     controlQueue_.assertCurrent();
     if (!isRunning_) {
-        return log_.info("[route] performCaptureRestart skipped: capture not running (reason=" + reason +
-                         ")");
+        return log_.info("[route] performCaptureRestart skipped: capture not running (reason=" + reason + ")");
     }
-    log_.info("Output route changed (" + reason + "); restarting capture (attempt " +
-              std::to_string(attempt + 1) + ").");
+    log_.info("Output route changed (" + reason + "); restarting capture (attempt " + std::to_string(attempt + 1) +
+              ").");
     logRouteState("before restart teardown");
     tearDown();
-    if (const auto current = callbacks(); current && current->onCaptureRestartSeam)
-        current->onCaptureRestartSeam();
+    if (const auto current = callbacks(); current && current->onCaptureRestartSeam) current->onCaptureRestartSeam();
     if (const auto started = runStartSequence(); !started) return restartFailed(started.error(), attempt);
     logRouteState("after restart completed");
 }
@@ -268,13 +265,11 @@ void CoreAudioTapCapture::restartFailed(const CoreAudioTapCaptureError& error, s
     log_.warning("Capture restart failed (attempt " + std::to_string(attempt + 1) + "): " + error.message());
     if (!isWanted()) return;
     if (const auto pause = CaptureRestartSchedule::pauseAfter(attempt)) {
-        return setPendingRestart(*pause, [next = attempt + 1](CoreAudioTapCapture& self) {
-            self.performCaptureRestart("retry", next);
-        });
+        return setPendingRestart(
+            *pause, [next = attempt + 1](CoreAudioTapCapture& self) { self.performCaptureRestart("retry", next); });
     }
     reportRestartFailure(error);
-    setPendingRestart(CaptureRestartSchedule::kRecoveryPause,
-                      [](CoreAudioTapCapture& self) { self.recover(); });
+    setPendingRestart(CaptureRestartSchedule::kRecoveryPause, [](CoreAudioTapCapture& self) { self.recover(); });
 }
 
 void CoreAudioTapCapture::reportRestartFailure(const CoreAudioTapCaptureError& error) {

@@ -28,8 +28,8 @@ void OutputRouteWatcher::attach() {
                                                       handlers_.onDefaultOutputDeviceChanged);
     }
     if (hardwareDevicesListener_ == 0) {
-        hardwareDevicesListener_ = hardware_.addListener(kNoAudioObject, AudioProperty::hardwareDevices,
-                                                         handlers_.onHardwareDevicesChanged);
+        hardwareDevicesListener_ =
+            hardware_.addListener(kNoAudioObject, AudioProperty::hardwareDevices, handlers_.onHardwareDevicesChanged);
     }
 }
 
@@ -75,8 +75,7 @@ void OutputRouteWatcher::removeDataSourceListener() {
 
 void OutputRouteWatcher::watchTap(AudioObjectID aggregateDevice) {
     unwatchTap();
-    tapListener_ =
-        hardware_.addListener(aggregateDevice, AudioProperty::tapInterrupted, handlers_.onTapInterrupted);
+    tapListener_ = hardware_.addListener(aggregateDevice, AudioProperty::tapInterrupted, handlers_.onTapInterrupted);
 }
 
 void OutputRouteWatcher::unwatchTap() {
@@ -88,18 +87,16 @@ void OutputRouteWatcher::remove(AudioHardware::ListenerID& listener) {
     listener = 0;
 }
 
-std::string OutputRouteWatcher::describe(const std::string& event, bool isRunning,
-                                         AudioObjectID activeDevice) const {
+std::string OutputRouteWatcher::describe(const std::string& event, bool isRunning, AudioObjectID activeDevice) const {
     const auto device = hardware_.defaultOutputDevice();
     const auto devices = hardware_.devices();
     const std::vector<AudioObjectID> list = devices ? devices.value() : std::vector<AudioObjectID>{};
     const bool known = device && device.value() != kNoAudioObject;
     const bool hasSource = known && hardware_.hasDataSource(device.value());
     return "[route] " + event + " | isRunning=" + (isRunning ? "true" : "false") +
-           " defaultDeviceID=" + textOr(device, "unavailable") + " defaultUID=" +
-           (known ? textOr(hardware_.deviceUid(device.value()), "unavailable") : "unavailable") +
-           " dataSource=" +
-           (hasSource ? textOr(hardware_.dataSource(device.value()), "unavailable") : "none") +
+           " defaultDeviceID=" + textOr(device, "unavailable") +
+           " defaultUID=" + (known ? textOr(hardware_.deviceUid(device.value()), "unavailable") : "unavailable") +
+           " dataSource=" + (hasSource ? textOr(hardware_.dataSource(device.value()), "unavailable") : "none") +
            " activeOutputDeviceID=" + std::to_string(activeDevice) +
            " dataSourceListenerDeviceID=" + std::to_string(dataSourceListenerDeviceID_) +
            " hardwareDeviceCount=" + std::to_string(list.size()) + " hardwareDeviceIDs=" + joined(list);

@@ -43,8 +43,7 @@ public:
     void unwatchTap();
 
     /// Everything there is to know about the route, after the text of the event; for the log.
-    [[nodiscard]] std::string describe(const std::string& event, bool isRunning,
-                                       AudioObjectID activeDevice) const;
+    [[nodiscard]] std::string describe(const std::string& event, bool isRunning, AudioObjectID activeDevice) const;
 
 private:
     void listenToDataSource(AudioObjectID device);

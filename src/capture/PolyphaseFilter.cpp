@@ -78,8 +78,7 @@ PolyphaseFilter::PolyphaseFilter(std::int64_t inputRate, std::int64_t outputRate
       rows_(static_cast<std::size_t>((phasesPerFrame_ + 1) * tapCount())),
       blended_(static_cast<std::size_t>(tapCount())) {
     assert(inputRate > 0 && outputRate > 0);
-    const double lowerRate =
-        static_cast<double>(std::min(inputStep, outputStep)) / static_cast<double>(inputStep);
+    const double lowerRate = static_cast<double>(std::min(inputStep, outputStep)) / static_cast<double>(inputStep);
     const auto response = impulseResponse(halfTaps * phasesPerFrame_, phasesPerFrame_, kCutoff * lowerRate);
     float* out = rows_.data();
     for (std::int64_t phase = 0; phase <= phasesPerFrame_; ++phase) {

@@ -12,8 +12,8 @@ namespace rewindle {
 /// observers and callbacks are released there.
 struct Rewindle::State {
     State(RecordingDuration duration, float gainDb, const Services& given)
-        : services(given),
-          chain(std::make_shared<CaptureChain>(seconds(duration), gainDb, given.memory, given.clock)),
+        : services(given), chain(std::make_shared<CaptureChain>(seconds(duration), gainDb, given.memory, given.clock,
+                                                                given.captureQueue)),
           ringBuffer(chain->ringBuffer()) {}
 
     void publish(std::shared_ptr<AudioRingBuffer> replacement) {
@@ -99,8 +99,7 @@ void Rewindle::setLive(bool live) {
 
 void Rewindle::setDuration(RecordingDuration duration, std::function<void()> completion) {
     state_->onCaptureQueue([weak = std::weak_ptr(state_), &mainQueue = state_->services.mainQueue,
-                            length = seconds(duration),
-                            completion = std::move(completion)](CaptureChain& chain) {
+                            length = seconds(duration), completion = std::move(completion)](CaptureChain& chain) {
         mainQueue.async([weak, replacement = chain.resize(length), completion] {
             const auto state = weak.lock();
             if (!state) return;
@@ -117,15 +116,14 @@ void Rewindle::setFrozen(bool frozen) {
     });
 }
 
-void Rewindle::copyFrames(RangeChoice range, SerialQueue& replyQueue,
-                          std::function<void(StereoSamples)> completion) {
-    state_->onCaptureQueue([range = std::move(range), &replyQueue,
-                            completion = std::move(completion)](CaptureChain& chain) {
-        chain.fetchPending();
-        // Shared, because queued work is copyable and samples are not.
-        const auto samples = std::make_shared<StereoSamples>(chain.copy(range(chain.ringBuffer()->info())));
-        replyQueue.async([samples, completion] { completion(std::move(*samples)); });
-    });
+void Rewindle::copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion) {
+    state_->onCaptureQueue(
+        [range = std::move(range), &replyQueue, completion = std::move(completion)](CaptureChain& chain) {
+            chain.fetchPending();
+            // Shared, because queued work is copyable and samples are not.
+            const auto samples = std::make_shared<StereoSamples>(chain.copy(range(chain.ringBuffer()->info())));
+            replyQueue.async([samples, completion] { completion(std::move(*samples)); });
+        });
 }
 
 void Rewindle::drain(std::function<void()> completion) {
@@ -158,15 +156,14 @@ void Rewindle::start(Callbacks callbacks) {
         });
     });
     // By way of the capture queue, behind a stop that came before.
-    state_->onCaptureQueue(
-        [weak = std::weak_ptr(run), &controlQueue = services.controlQueue](CaptureChain& chain) {
-            const auto current = weak.lock();
-            if (!current) return;
-            chain.follow(current->tap());
-            controlQueue.async([weak] {
-                if (const auto begun = weak.lock()) begun->begin();
-            });
+    state_->onCaptureQueue([weak = std::weak_ptr(run), &controlQueue = services.controlQueue](CaptureChain& chain) {
+        const auto current = weak.lock();
+        if (!current) return;
+        chain.follow(current->tap());
+        controlQueue.async([weak] {
+            if (const auto begun = weak.lock()) begun->begin();
         });
+    });
     state_->run = run;
     state_->isRunning.set(true);
 }

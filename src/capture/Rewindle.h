@@ -80,8 +80,7 @@ public:
     /// Fetches what the device still holds, then copies a range of the retained audio on the capture queue
     /// and gives it to `completion` on `replyQueue`. Copies are made one at a time, in the order of the
     /// calls.
-    void copyFrames(RangeChoice range, SerialQueue& replyQueue,
-                    std::function<void(StereoSamples)> completion);
+    void copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion);
     /// Fetches what the device still holds; `completion` runs on the interface thread when it has been
     /// appended.
     void drain(std::function<void()> completion);

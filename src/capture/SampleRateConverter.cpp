@@ -22,8 +22,7 @@ constexpr std::int64_t kBlockFrames = 2048;
 /// otherwise goes into loading them.
 template <int Count>
 void filterFrames(const float* taps, std::int64_t tapCount, const float* left, const float* right,
-                  std::int64_t inputStride, float* outLeft, float* outRight,
-                  std::int64_t outputStride) noexcept {
+                  std::int64_t inputStride, float* outLeft, float* outRight, std::int64_t outputStride) noexcept {
     Lanes leftSums[Count][2]{}, rightSums[Count][2]{};
     for (std::int64_t tap = 0; tap < tapCount; tap += kTapsPerStep) {
         for (int half = 0; half < 2; ++half) {
@@ -48,8 +47,7 @@ SampleRateConverter::SampleRateConverter(std::int64_t inputRate, std::int64_t ou
       delayWhole_(filter_.delayFrames * filter_.inputStep / filter_.outputStep),
       delayPhase_(filter_.delayFrames * filter_.inputStep % filter_.outputStep),
       stepWhole_(filter_.inputStep / filter_.outputStep), stepPhase_(filter_.inputStep % filter_.outputStep),
-      historyFrames_(delayWhole_ + filter_.halfTaps),
-      left_(static_cast<std::size_t>(historyFrames_ + kBlockFrames)),
+      historyFrames_(delayWhole_ + filter_.halfTaps), left_(static_cast<std::size_t>(historyFrames_ + kBlockFrames)),
       right_(static_cast<std::size_t>(historyFrames_ + kBlockFrames)), filled_(historyFrames_),
       next_(historyFrames_) {
     std::fill_n(left_.data(), historyFrames_, 0.0F);
@@ -121,8 +119,7 @@ void SampleRateConverter::writePhase(float* outLeft, float* outRight, std::int64
     const float* left = left_.data() + centre - filter_.halfTaps + 1;
     const float* right = right_.data() + centre - filter_.halfTaps + 1;
     const auto run = [&]<int Count>(std::integral_constant<int, Count>) {
-        filterFrames<Count>(taps, filter_.tapCount(), left, right, inputStride, outLeft, outRight,
-                            outputStride);
+        filterFrames<Count>(taps, filter_.tapCount(), left, right, inputStride, outLeft, outRight, outputStride);
         left += Count * inputStride;
         right += Count * inputStride;
         outLeft += Count * outputStride;

@@ -13,14 +13,20 @@ struct Entry {
     StereoMixdown::Weights weights;
 };
 constexpr std::array kTable{
-    Entry{"FL", {1, 0}},          Entry{"FR", {0, 1}},
-    Entry{"MONO", {1, 1}},        Entry{"FC", {kMinus3dB, kMinus3dB}},
-    Entry{"LFE", {0, 0}},         Entry{"LFE2", {0, 0}},
-    Entry{"SL", {kMinus3dB, 0}},  Entry{"SR", {0, kMinus3dB}},
-    Entry{"RL", {kMinus3dB, 0}},  Entry{"RR", {0, kMinus3dB}},
+    Entry{"FL", {1, 0}},
+    Entry{"FR", {0, 1}},
+    Entry{"MONO", {1, 1}},
+    Entry{"FC", {kMinus3dB, kMinus3dB}},
+    Entry{"LFE", {0, 0}},
+    Entry{"LFE2", {0, 0}},
+    Entry{"SL", {kMinus3dB, 0}},
+    Entry{"SR", {0, kMinus3dB}},
+    Entry{"RL", {kMinus3dB, 0}},
+    Entry{"RR", {0, kMinus3dB}},
     Entry{"RC", {0.5F, 0.5F}}, // a mono surround feeds both surrounds at -3 dB, each of which comes in at -3
                                // dB
-    Entry{"FLC", {kMinus3dB, 0}}, Entry{"FRC", {0, kMinus3dB}},
+    Entry{"FLC", {kMinus3dB, 0}},
+    Entry{"FRC", {0, kMinus3dB}},
 };
 
 } // namespace

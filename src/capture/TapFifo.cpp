@@ -78,8 +78,7 @@ void TapFifo::consume(std::size_t frames) noexcept {
 }
 
 std::size_t TapFifo::waitingFrames() const noexcept {
-    const auto read =
-        framesRead_.load(std::memory_order_acquire); // first: a total read later is never smaller
+    const auto read = framesRead_.load(std::memory_order_acquire); // first: a total read later is never smaller
     return static_cast<std::size_t>(framesWritten_.load(std::memory_order_acquire) - read);
 }
 

@@ -56,12 +56,8 @@ public:
     /// Frames that wait to be read; may lag by one call.
     [[nodiscard]] std::size_t waitingFrames() const noexcept REWINDLE_NONBLOCKING;
     /// Bursts of lost cycles since construction, and their frames.
-    [[nodiscard]] std::uint64_t overruns() const noexcept {
-        return overruns_.load(std::memory_order_relaxed);
-    }
-    [[nodiscard]] std::uint64_t overrunFrames() const noexcept {
-        return lostFrames_.load(std::memory_order_relaxed);
-    }
+    [[nodiscard]] std::uint64_t overruns() const noexcept { return overruns_.load(std::memory_order_relaxed); }
+    [[nodiscard]] std::uint64_t overrunFrames() const noexcept { return lostFrames_.load(std::memory_order_relaxed); }
 
 private:
     static constexpr std::size_t kCycles = 4096; // 5 s of the shortest cycles in use: 64 frames at 48 kHz

@@ -16,8 +16,7 @@ constexpr double kFollow = 0.001; // of the lag, each cycle
 TapTimeAxis::TapTimeAxis(double rate, std::int64_t startNanoseconds)
     : nanosecondsPerFrame_(1e9 / rate), expected_(static_cast<double>(startNanoseconds)) {}
 
-std::int64_t TapTimeAxis::silenceBeforeCycle(std::int64_t nanoseconds, std::uint32_t frames,
-                                             bool isContinuous) {
+std::int64_t TapTimeAxis::silenceBeforeCycle(std::int64_t nanoseconds, std::uint32_t frames, bool isContinuous) {
     const auto begin = static_cast<double>(nanoseconds);
     if (!std::exchange(begun_, true)) expected_ = begin;
     const auto tolerance = static_cast<double>(isContinuous ? kStallTolerance : kTolerance);

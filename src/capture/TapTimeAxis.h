@@ -20,8 +20,7 @@ public:
     /// Frames of silence that belong before a cycle of `frames` that begins at `nanoseconds`. A cycle that
     /// continues the one before belongs to the same sound: only a long stall, never a late cycle, may part
     /// the two.
-    [[nodiscard]] std::int64_t silenceBeforeCycle(std::int64_t nanoseconds, std::uint32_t frames,
-                                                  bool isContinuous);
+    [[nodiscard]] std::int64_t silenceBeforeCycle(std::int64_t nanoseconds, std::uint32_t frames, bool isContinuous);
     /// Frames of silence due at `nanoseconds` while no cycles come. Stays behind the clock by `kIdleMargin`,
     /// so that a cycle which is still on its way finds its place free.
     [[nodiscard]] std::int64_t silenceWhileIdle(std::int64_t nanoseconds);

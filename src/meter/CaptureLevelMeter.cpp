@@ -56,8 +56,7 @@ float peakOrNotANumber(const float* samples, std::int64_t frames) noexcept {
 /// number: a level of infinity would never fall again.
 float peakOf(const float* samples, std::int64_t frames) noexcept {
     const float peak = peakOrNotANumber(samples, frames);
-    return std::min(std::isnan(peak) ? peakOfNumbers(samples, frames) : peak,
-                    std::numeric_limits<float>::max());
+    return std::min(std::isnan(peak) ? peakOfNumbers(samples, frames) : peak, std::numeric_limits<float>::max());
 }
 
 float decibels(float peak) noexcept {
@@ -138,8 +137,7 @@ float CaptureLevelMeter::Fall::fallenHoldDb(float db) const noexcept {
 
 double CaptureLevelMeter::fraction(float db) noexcept {
     if (db <= kFloorDb) return 0.0;
-    return static_cast<double>(std::min(db, kCeilingDb) - kFloorDb) /
-           static_cast<double>(kCeilingDb - kFloorDb);
+    return static_cast<double>(std::min(db, kCeilingDb) - kFloorDb) / static_cast<double>(kCeilingDb - kFloorDb);
 }
 
 std::string CaptureLevelMeter::readoutText(float db) {

@@ -91,9 +91,7 @@ private:
     };
     static void raise(ChannelState& channel, float db, double now) noexcept;
     static void fall(ChannelState& channel, const Fall& fall, double now) noexcept;
-    [[nodiscard]] const ChannelState& state(int channel) const noexcept {
-        return channel == 0 ? left_ : right_;
-    }
+    [[nodiscard]] const ChannelState& state(int channel) const noexcept { return channel == 0 ? left_ : right_; }
 
     const Clock& clock_;
     ChannelState left_;

@@ -23,8 +23,8 @@ public:
 
     /// Writes a whole WAV file, with all its bytes on the storage before it returns. Fails when `path`
     /// exists. After an error a part of the file may be left. Requires: both channels of the same length.
-    virtual Result<void> write(const std::filesystem::path& path, AudioFileFormat format,
-                               std::span<const float> left, std::span<const float> right) = 0;
+    virtual Result<void> write(const std::filesystem::path& path, AudioFileFormat format, std::span<const float> left,
+                               std::span<const float> right) = 0;
 };
 
 } // namespace rewindle

@@ -106,8 +106,7 @@ public:
     virtual bool hasDataSource(AudioObjectID device) = 0;
     virtual AudioResult<std::string> dataSource(AudioObjectID device) = 0;
 
-    virtual AudioResult<AudioObjectID>
-    createAggregateDevice(const AggregateDeviceDescription& description) = 0;
+    virtual AudioResult<AudioObjectID> createAggregateDevice(const AggregateDeviceDescription& description) = 0;
     virtual void destroyAggregateDevice(AudioObjectID device) = 0;
     /// Asks for I/O cycles of `frames`; the device may keep its own size.
     virtual AudioStatus setBufferFrameSize(AudioObjectID device, std::uint32_t frames) = 0;

@@ -23,7 +23,9 @@ inline constexpr std::array kAllRecordingDurations{
     RecordingDuration::tenMinutes};
 constexpr RecordingDuration kDefaultRecordingDuration = RecordingDuration::fiveMinutes;
 
-[[nodiscard]] constexpr int seconds(RecordingDuration duration) { return static_cast<int>(duration); }
+[[nodiscard]] constexpr int seconds(RecordingDuration duration) {
+    return static_cast<int>(duration);
+}
 /// The duration of exactly that many seconds, if there is one.
 [[nodiscard]] std::optional<RecordingDuration> recordingDurationFromSeconds(int seconds);
 /// What people read: "45 seconds", "5 minutes".

@@ -28,8 +28,8 @@ public:
         if (!published_) (void)files_.remove(path_); // nobody is left who could do more about it
     }
 
-    [[nodiscard]] Result<void, WaveformExportError>
-    write(AudioFileWriter& writer, std::span<const float> left, std::span<const float> right) {
+    [[nodiscard]] Result<void, WaveformExportError> write(AudioFileWriter& writer, std::span<const float> left,
+                                                          std::span<const float> right) {
         const auto frames = std::min(left.size(), right.size());
         if (frames == 0) return WaveformExportError(Case::emptySelection);
         assert(frames <= std::numeric_limits<std::uint32_t>::max()); // the retained audio is never that long
@@ -54,8 +54,7 @@ private:
     }
     static WaveformExportError exportError(const Error& error) {
         if (error.code == static_cast<int>(std::errc::not_supported)) return {Case::formatUnavailable};
-        if (error.code == static_cast<int>(std::errc::not_enough_memory))
-            return {Case::bufferAllocationFailed};
+        if (error.code == static_cast<int>(std::errc::not_enough_memory)) return {Case::bufferAllocationFailed};
         return WaveformExportError::writeFailed(error);
     }
 
@@ -70,8 +69,7 @@ Path numberedName(const Path& fileName, std::uint64_t number) {
     return fileName.stem().string() + " (" + std::to_string(number) + ")" + fileName.extension().string();
 }
 
-std::uint64_t firstFreeNumber(const Path& folder, const Path& fileName, std::uint64_t from,
-                              const FileSystem& files) {
+std::uint64_t firstFreeNumber(const Path& folder, const Path& fileName, std::uint64_t from, const FileSystem& files) {
     while (files.exists(folder / numberedName(fileName, from)))
         ++from;
     return from;
@@ -81,8 +79,7 @@ Result<void> prepareFolder(const Path& folder, FileSystem& files) {
     ExportDirectory directory(files);
     if (files.isDirectory(folder)) return {};
     const bool isDefault = folder == directory.defaultURL();
-    if (!isDefault && !files.exists(folder.parent_path()))
-        return systemError(std::errc::no_such_file_or_directory);
+    if (!isDefault && !files.exists(folder.parent_path())) return systemError(std::errc::no_such_file_or_directory);
     return directory.createIfNeeded(folder);
 }
 

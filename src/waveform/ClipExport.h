@@ -25,8 +25,7 @@ struct ClipExportServices {
 /// one is never replaced, and nothing else is left behind after a failure.
 ///
 /// Threads: any (the export thread); takes as long as the storage does.
-[[nodiscard]] Result<void, WaveformExportError> writeClip(std::span<const float> left,
-                                                          std::span<const float> right,
+[[nodiscard]] Result<void, WaveformExportError> writeClip(std::span<const float> left, std::span<const float> right,
                                                           const std::filesystem::path& location,
                                                           const ClipExportServices& services);
 

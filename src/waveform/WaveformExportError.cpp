@@ -18,16 +18,11 @@ WaveformExportError WaveformExportError::writeFailed(Error underlying) {
 
 std::string WaveformExportError::message() const {
     switch (which_) {
-    case Case::writeFailed:
-        return "Could not write the audio file: " + underlying_.message;
-    case Case::noSelection:
-        return "Select a region on the waveform first.";
-    case Case::emptySelection:
-        return "There is not enough audio to export.";
-    case Case::formatUnavailable:
-        return "Could not create the audio format for export.";
-    case Case::bufferAllocationFailed:
-        return "Could not allocate memory for export.";
+    case Case::writeFailed: return "Could not write the audio file: " + underlying_.message;
+    case Case::noSelection: return "Select a region on the waveform first.";
+    case Case::emptySelection: return "There is not enough audio to export.";
+    case Case::formatUnavailable: return "Could not create the audio format for export.";
+    case Case::bufferAllocationFailed: return "Could not allocate memory for export.";
     }
     return {};
 }

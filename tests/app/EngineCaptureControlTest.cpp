@@ -96,8 +96,8 @@ TEST_F(EngineCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheReques
         double seconds;
         float first;
     };
-    for (const auto& [seconds, first] : {Case{0.5, 72'000}, Case{0.01, 95'520}, Case{0.0100104, 95'520},
-                                         Case{2, 0}, Case{2.5, 0}, Case{1e300, 0}}) {
+    for (const auto& [seconds, first] :
+         {Case{0.5, 72'000}, Case{0.01, 95'520}, Case{0.0100104, 95'520}, Case{2, 0}, Case{2.5, 0}, Case{1e300, 0}}) {
         SCOPED_TRACE(seconds);
         control->exportLast(seconds, {}, takeExport());
         settle();
@@ -207,9 +207,8 @@ TEST_F(EngineCaptureControlTest, RestartErrorSaysThatItIsTriedAgain) {
     hardware.fire(AudioProperty::defaultOutputDevice);
     queues.runFor(6s); // all six tries
     const auto failed = status();
-    EXPECT_EQ(failed.lastError,
-              "Audio capture stopped after an output change. It will retry automatically. (Failed "
-              "to start system audio capture (error -5).)");
+    EXPECT_EQ(failed.lastError, "Audio capture stopped after an output change. It will retry automatically. (Failed "
+                                "to start system audio capture (error -5).)");
     EXPECT_FALSE(failed.running);
     EXPECT_EQ(failed.deviceDescription, "");
     hardware.allow(Call::start);
@@ -239,8 +238,7 @@ TEST_F(EngineCaptureControlTest, DurationChangesWhenTheAudioHasBeenMoved) {
 
 TEST_F(EngineCaptureControlTest, GainIsClampedAndMustBeANumber) {
     start();
-    for (const auto& [asked, set] :
-         {std::pair(-6.0, -6.0F), std::pair(99.0, 20.0F), std::pair(-1e30, -20.0F)}) {
+    for (const auto& [asked, set] : {std::pair(-6.0, -6.0F), std::pair(99.0, 20.0F), std::pair(-1e30, -20.0F)}) {
         EXPECT_TRUE(control->setGain(asked));
         EXPECT_EQ(status().gainDb, set);
     }

@@ -51,14 +51,13 @@ TEST(StatusTextTest, NamesOfDevicesNeitherBreakLinesNorCommandTheTerminal) {
 }
 
 TEST(StatusTextTest, GivesProgramsEveryFieldUnderItsOwnKey) {
-    EXPECT_EQ(
-        statusJson(capturing()),
-        R"({"running": true, "frozen": false, "captured_outputs": "default", "device_uid": "alsa_output.pci", )"
-        R"("device_description": "Speakers", "duration_seconds": 300, "retained_seconds": 12.250, )"
-        R"("total_frames": 5000000000, "gain_db": -6.000, "left_display_db": -12.340, )"
-        R"("right_display_db": -48.000, "left_hold_db": 3.000, "right_hold_db": -80.000, "gaps": 1, )"
-        R"("gap_frames": 72000, "overruns": 2, "overrun_frames": 480, "last_error": ""})"
-        "\n");
+    EXPECT_EQ(statusJson(capturing()),
+              R"({"running": true, "frozen": false, "captured_outputs": "default", "device_uid": "alsa_output.pci", )"
+              R"("device_description": "Speakers", "duration_seconds": 300, "retained_seconds": 12.250, )"
+              R"("total_frames": 5000000000, "gain_db": -6.000, "left_display_db": -12.340, )"
+              R"("right_display_db": -48.000, "left_hold_db": 3.000, "right_hold_db": -80.000, "gaps": 1, )"
+              R"("gap_frames": 72000, "overruns": 2, "overrun_frames": 480, "last_error": ""})"
+              "\n");
 }
 
 TEST(StatusTextTest, JsonStaysValidWhateverNamesAndLevelsAre) {

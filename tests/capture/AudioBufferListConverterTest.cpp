@@ -24,8 +24,7 @@ float sampleOf(std::size_t buffer, std::int64_t channel, std::int64_t frame) {
 /// One buffer for each of `channelCounts`, all with `frames` frames of `sampleOf`.
 class InputList {
 public:
-    InputList(const std::vector<std::uint32_t>& channelCounts, std::int64_t frames)
-        : storage_(channelCounts.size()) {
+    InputList(const std::vector<std::uint32_t>& channelCounts, std::int64_t frames) : storage_(channelCounts.size()) {
         for (std::size_t b = 0; b < channelCounts.size(); ++b) {
             for (std::int64_t frame = 0; frame < frames; ++frame) {
                 for (std::uint32_t channel = 0; channel < channelCounts[b]; ++channel) {
@@ -118,17 +117,14 @@ TEST(AudioBufferListConverterTest, DropsListsThatDoNotHoldTheTapsAudio) {
 }
 
 TEST(AudioBufferListConverterTest, IsMadeOnlyForFloatStreamsAtWholeRatesInRange) {
-    const auto isMade = [](StreamDescription tap) {
-        return AudioBufferListConverter::create(tap) != nullptr;
-    };
+    const auto isMade = [](StreamDescription tap) { return AudioBufferListConverter::create(tap) != nullptr; };
     for (const double rate : {8'000.0, 44'099.0, 48'000.0, 384'000.0})
         EXPECT_TRUE(isMade(floatStream(rate, 2)));
-    for (const double rate : {std::nan(""), std::numeric_limits<double>::infinity(), -44'100.0, 0.0, 7'999.0,
-                              44'100.5, 384'001.0}) {
+    for (const double rate :
+         {std::nan(""), std::numeric_limits<double>::infinity(), -44'100.0, 0.0, 7'999.0, 44'100.5, 384'001.0}) {
         EXPECT_FALSE(isMade(floatStream(rate, 2))) << rate;
     }
-    EXPECT_FALSE(
-        isMade({.sampleRate = 48'000, .channelsPerFrame = 2, .bitsPerChannel = 32, .isFloat = false}));
+    EXPECT_FALSE(isMade({.sampleRate = 48'000, .channelsPerFrame = 2, .bitsPerChannel = 32, .isFloat = false}));
     EXPECT_FALSE(isMade({.sampleRate = 48'000, .channelsPerFrame = 2, .bitsPerChannel = 64}));
     EXPECT_FALSE(isMade({.sampleRate = 48'000, .channelsPerFrame = 2, .bitsPerChannel = 16}));
 
@@ -148,8 +144,8 @@ TEST(AudioBufferListConverterTest, ConvertsTheRateIntoBuffersThatOnlyGrow) {
     };
     // 480 + 32 frames for 441; the scratch buffer is made larger only beyond 4,096.
     for (const auto& [frames, converted, working, conversion, scratch] :
-         {Step{441, 480, 441, 512, 4096}, Step{147, 160, 441, 512, 4096},
-          Step{8'820, 9'600, 8'820, 9'632, 9'632}, Step{441, 480, 8'820, 9'632, 9'632}}) {
+         {Step{441, 480, 441, 512, 4096}, Step{147, 160, 441, 512, 4096}, Step{8'820, 9'600, 8'820, 9'632, 9'632},
+          Step{441, 480, 8'820, 9'632, 9'632}}) {
         SCOPED_TRACE(frames);
         const InputList input({1, 1}, frames);
         const auto* out = converter->convert(input.buffers, frames);

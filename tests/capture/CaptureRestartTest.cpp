@@ -22,8 +22,7 @@ TEST_F(CaptureRestartTest, RestartsOnceForEventsWithinEightyMillisecondsUnderThe
     EXPECT_THAT(restarts(), ElementsAre("output data source changed 1"));
     EXPECT_EQ(hardware.starts(), 2);
     EXPECT_EQ(log.count("[route] scheduling restart, reason=default output device changed"), 1);
-    EXPECT_EQ(log.count("[route] coalescing pending restart; superseding reason=output data source changed"),
-              1);
+    EXPECT_EQ(log.count("[route] coalescing pending restart; superseding reason=output data source changed"), 1);
 
     fire(AudioProperty::tapInterrupted, hardware.aggregate());
     queues.runFor(80ms);
@@ -38,8 +37,7 @@ TEST_F(CaptureRestartTest, KeepsWhatWasPlayedBeforeARestartAndMarksTheSeamBetwee
     hardware.setDefaultDevice(kHeadphones);
     fire(AudioProperty::defaultOutputDevice);
     queues.runFor(80ms);
-    EXPECT_THAT(events,
-                ElementsAre("seam, 0 devices, 700 frames", "chosen headphones", "resolved headphones"));
+    EXPECT_THAT(events, ElementsAre("seam, 0 devices, 700 frames", "chosen headphones", "resolved headphones"));
     EXPECT_EQ(hardware.aggregateDescription().master, "headphones");
 }
 
@@ -79,9 +77,7 @@ TEST_F(FailingCaptureRestartTest, TriesSixTimesWithGrowingPausesReportsOnceAndBe
         EXPECT_EQ(log.count("Capture restart failed (attempt "), static_cast<int>(expected.size()));
     }
     EXPECT_EQ(failures.at(0), (CoreAudioTapCaptureError{Kind::deviceStartFailed, -110}));
-    EXPECT_EQ(
-        log.count("Capture restart failed (attempt 6): Failed to start system audio capture (error -110)."),
-        1);
+    EXPECT_EQ(log.count("Capture restart failed (attempt 6): Failed to start system audio capture (error -110)."), 1);
     queues.runFor(20s);
     EXPECT_EQ(failures.size(), 3U) << "one report for each run through the schedule";
 }

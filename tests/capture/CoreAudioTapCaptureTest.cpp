@@ -72,17 +72,13 @@ TEST_F(CoreAudioTapCaptureTest, TakesDownWhatItMadeWhenAStepOfTheStartFails) {
         const char* message;
     } cases[] = {
         {Call::createTap, {Kind::tapCreationFailed, -1}, "Failed to create system audio tap (error -1)."},
-        {Call::defaultDevice,
-         {Kind::propertyReadFailed, -2},
-         "Failed to read Core Audio property (error -2)."},
+        {Call::defaultDevice, {Kind::propertyReadFailed, -2}, "Failed to read Core Audio property (error -2)."},
         {Call::uid, {Kind::propertyReadFailed, -3}, "Failed to read Core Audio property (error -3)."},
         {Call::format, {Kind::formatUnavailable}, "System audio format is unavailable."},
         {Call::createAggregate,
          {Kind::aggregateDeviceCreationFailed, -5},
          "Failed to create aggregate audio device (error -5)."},
-        {Call::createProc,
-         {Kind::ioProcCreationFailed, -6},
-         "Failed to create audio capture callback (error -6)."},
+        {Call::createProc, {Kind::ioProcCreationFailed, -6}, "Failed to create audio capture callback (error -6)."},
         {Call::start, {Kind::deviceStartFailed, -7}, "Failed to start system audio capture (error -7)."},
     };
     for (const auto& [refused, expected, message] : cases) {
@@ -199,11 +195,10 @@ TEST_F(CoreAudioTapCaptureTest, ListensToTheDataSourceOfTheDefaultDeviceAndAsksA
 TEST_F(CoreAudioTapCaptureTest, DescribesTheRouteAtEachEvent) {
     ASSERT_TRUE(start());
     fire(AudioProperty::outputDataSource, kSpeakers);
-    EXPECT_EQ(
-        log.count("[route] outputDataSource property fired (deviceID=50) | isRunning=true defaultDeviceID=50 "
-                  "defaultUID=speakers dataSource=speakers activeOutputDeviceID=50 "
-                  "dataSourceListenerDeviceID=50 hardwareDeviceCount=2 hardwareDeviceIDs=[50,51]"),
-        1);
+    EXPECT_EQ(log.count("[route] outputDataSource property fired (deviceID=50) | isRunning=true defaultDeviceID=50 "
+                        "defaultUID=speakers dataSource=speakers activeOutputDeviceID=50 "
+                        "dataSourceListenerDeviceID=50 hardwareDeviceCount=2 hardwareDeviceIDs=[50,51]"),
+              1);
     queues.runFor(1s);
     for (const auto* event : {"before restart teardown", "after restart completed"})
         EXPECT_EQ(log.count(event), 1);

@@ -47,19 +47,15 @@ protected:
 
     void makeEngine(float gainDb) {
         engine.reset();
-        engine.emplace(RecordingDuration::thirtySeconds, gainDb,
-                       Rewindle::Services{hardware, queues.capture, queues.control, queues.main, queues.clock,
-                                          memory, log, 77});
+        engine.emplace(
+            RecordingDuration::thirtySeconds, gainDb,
+            Rewindle::Services{hardware, queues.capture, queues.control, queues.main, queues.clock, memory, log, 77});
     }
     Rewindle::Callbacks callbacks() {
         Rewindle::Callbacks result;
         result.onOutputDeviceUidChanged = [this](const std::string& uid) { told.push_back("device " + uid); };
-        result.onCaptureStartFailed = [this](const auto& error) {
-            told.push_back("start: " + error.message());
-        };
-        result.onCaptureRestartFailed = [this](const auto& error) {
-            told.push_back("restart: " + error.message());
-        };
+        result.onCaptureStartFailed = [this](const auto& error) { told.push_back("start: " + error.message()); };
+        result.onCaptureRestartFailed = [this](const auto& error) { told.push_back("restart: " + error.message()); };
         return result;
     }
     void start() {
@@ -82,9 +78,7 @@ protected:
         queues.runFor(std::chrono::milliseconds(100));
     }
     AudioRingBuffer& ring() { return *engine->ringBuffer().get(); }
-    std::vector<float> left() {
-        return values(ring().copyFrames(0, std::numeric_limits<std::int64_t>::max()).left);
-    }
+    std::vector<float> left() { return values(ring().copyFrames(0, std::numeric_limits<std::int64_t>::max()).left); }
     /// A copy of everything held; its left samples appear in `copies` when it is done.
     void copyAll(std::function<void()> duringCopy = {}) {
         engine->copyFrames(

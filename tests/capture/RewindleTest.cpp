@@ -132,8 +132,8 @@ TEST_F(RewindleTest, RetriesAFirstStartEveryThreeSecondsAndReportsItOnce) {
     EXPECT_TRUE(engine->isRunning().get());
     EXPECT_EQ(engine->outputDeviceUid().get(), "");
     queues.runFor(8s);
-    EXPECT_THAT(hardware.calls(), ElementsAre("create tap", "destroy tap", "create tap", "destroy tap",
-                                              "create tap", "destroy tap"));
+    EXPECT_THAT(hardware.calls(),
+                ElementsAre("create tap", "destroy tap", "create tap", "destroy tap", "create tap", "destroy tap"));
     EXPECT_THAT(told, ElementsAre("start: Failed to read Core Audio property (error 560227702)."));
 
     hardware.setDefaultDevice(kSpeakers);

@@ -14,8 +14,7 @@ struct RingSamples {
 
     RingSamples() = default;
     RingSamples(std::int64_t frames, float leftLevel, float rightLevel)
-        : left(static_cast<std::size_t>(frames), leftLevel),
-          right(static_cast<std::size_t>(frames), rightLevel) {}
+        : left(static_cast<std::size_t>(frames), leftLevel), right(static_cast<std::size_t>(frames), rightLevel) {}
 
     [[nodiscard]] AudioPCMBuffer buffer() {
         AudioPCMBuffer buffer;

@@ -77,8 +77,7 @@ Stereo convertWhole(std::int64_t rate, const Stereo& input) {
 double largestError(const Stereo& a, const Stereo& b, std::int64_t first, std::int64_t last) {
     double largest = 0;
     for (auto i = static_cast<std::size_t>(first); i < static_cast<std::size_t>(last); ++i) {
-        largest =
-            std::max<double>({largest, std::abs(a.left[i] - b.left[i]), std::abs(a.right[i] - b.right[i])});
+        largest = std::max<double>({largest, std::abs(a.left[i] - b.left[i]), std::abs(a.right[i] - b.right[i])});
     }
     return largest;
 }
@@ -125,8 +124,7 @@ TEST(SampleRateConverterTest, GivesTheSameSamplesHoweverTheInputIsCut) {
         SampleRateConverter converter(rate, kOutputRate);
         Stereo pieces;
         for (std::int64_t done = 0; done < 30'000;) {
-            const auto frames =
-                std::min<std::int64_t>(static_cast<std::int64_t>(random() % 900), 30'000 - done);
+            const auto frames = std::min<std::int64_t>(static_cast<std::int64_t>(random() % 900), 30'000 - done);
             const auto capacity = static_cast<std::int64_t>(1 + random() % 700);
             drain(converter, {input.left.data() + done, input.right.data() + done, frames}, capacity, pieces);
             done += frames;
@@ -153,8 +151,7 @@ TEST(SampleRateConverterTest, CarriesTheBandThroughInPlaceAndAtUnity) {
 
 TEST(SampleRateConverterTest, LetsNothingAboveTheOutputsBandFoldBack) {
     for (const std::int64_t rate : {50'000, 88'200, 96'000, 192'000, 383'987, 384'000}) {
-        for (const double frequency :
-             {24'000.0, 24'900.0, 31'000.0, 43'000.0, 47'500.0, 95'000.0, 180'000.0}) {
+        for (const double frequency : {24'000.0, 24'900.0, 31'000.0, 43'000.0, 47'500.0, 95'000.0, 180'000.0}) {
             if (frequency > static_cast<double>(rate) / 2) continue;
             SCOPED_TRACE(testing::Message() << frequency << " Hz at " << rate);
             const auto out = convertWhole(rate, tone(rate / 10, frequency, static_cast<double>(rate)));

@@ -27,13 +27,9 @@ protected:
         CoreAudioTapCapture::Callbacks result;
         result.onBuffer = [this](const AudioPCMBuffer& buffer) { framesReceived += buffer.frameLength; };
         result.onOutputDeviceUIDChanged = [this](const std::string& uid) { changedUids.push_back(uid); };
-        result.onCaptureRestartFailed = [this](const CoreAudioTapCaptureError& error) {
-            failures.push_back(error);
-        };
+        result.onCaptureRestartFailed = [this](const CoreAudioTapCaptureError& error) { failures.push_back(error); };
         result.onOutputDeviceChosen = [this](const std::string& uid) { events.push_back("chosen " + uid); };
-        result.onOutputDeviceResolved = [this](const std::string& uid) {
-            events.push_back("resolved " + uid);
-        };
+        result.onOutputDeviceResolved = [this](const std::string& uid) { events.push_back("resolved " + uid); };
         result.onCaptureRestartSeam = [this] {
             events.push_back("seam, " + std::to_string(hardware.aggregate()) + " devices, " +
                              std::to_string(framesReceived) + " frames");
@@ -72,8 +68,8 @@ protected:
     ManualQueues queues;
     CapturingLogSink log;
     FakeAudioHardware hardware{queues.control};
-    std::shared_ptr<CoreAudioTapCapture> tap = std::make_shared<CoreAudioTapCapture>(
-        hardware, queues.capture, queues.control, queues.main, log, kPid);
+    std::shared_ptr<CoreAudioTapCapture> tap =
+        std::make_shared<CoreAudioTapCapture>(hardware, queues.capture, queues.control, queues.main, log, kPid);
     std::int64_t framesReceived = 0;
     std::vector<std::string> changedUids, events;
     std::vector<CoreAudioTapCaptureError> failures;

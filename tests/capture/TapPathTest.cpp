@@ -148,8 +148,8 @@ TEST(TapTimeAxis, PutsNoSilenceBeforeTheFirstCycleUnlessItIsLongInComing) {
 
 TEST(TapTimeAxis, TakesBackWhatItFilledTooEarly) {
     TapTimeAxis axis(48'000, 0);
-    EXPECT_EQ(axis.silenceWhileIdle(kSecond), 38'400);              // up to 0.8 s
-    EXPECT_EQ(axis.silenceBeforeCycle(kSecond / 2, 480, false), 0); // came late: its place was taken
+    EXPECT_EQ(axis.silenceWhileIdle(kSecond), 38'400);                               // up to 0.8 s
+    EXPECT_EQ(axis.silenceBeforeCycle(kSecond / 2, 480, false), 0);                  // came late: its place was taken
     EXPECT_EQ(axis.silenceBeforeCycle(kSecond * 2, 480, false), 480 * 149 - 14'400); // 1.49 s, less 0.3 s
 }
 

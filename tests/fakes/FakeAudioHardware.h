@@ -20,17 +20,7 @@ namespace rewindle::test {
 /// Errors:  what a caller does against the interface's rules is kept in `violations`.
 class FakeAudioHardware final : public AudioHardware {
 public:
-    enum class Call {
-        translate,
-        createTap,
-        defaultDevice,
-        uid,
-        format,
-        createAggregate,
-        createProc,
-        start,
-        devices
-    };
+    enum class Call { translate, createTap, defaultDevice, uid, format, createAggregate, createProc, start, devices };
 
     explicit FakeAudioHardware(SerialQueue& controlQueue) : controlQueue_(controlQueue) {}
 
@@ -111,9 +101,8 @@ public:
     }
     /// The aggregate device; none while there is none.
     [[nodiscard]] AudioObjectID aggregate() const {
-        return with([](World& world) {
-            return world.aggregates.empty() ? kNoAudioObject : world.aggregates.begin()->first;
-        });
+        return with(
+            [](World& world) { return world.aggregates.empty() ? kNoAudioObject : world.aggregates.begin()->first; });
     }
     /// The procedure that was installed last; a late cycle would call it when its device is gone.
     [[nodiscard]] IoProc lastProc() const {
@@ -144,8 +133,7 @@ public:
     }
     void destroyProcessTap(AudioObjectID tap) override {
         note("destroy tap");
-        require(with([&](World& world) { return world.taps.erase(tap); }) == 1,
-                "destroys a tap that is not there");
+        require(with([&](World& world) { return world.taps.erase(tap); }) == 1, "destroys a tap that is not there");
     }
     AudioResult<StreamDescription> tapFormat(AudioObjectID) override {
         if (const auto status = refusal(Call::format)) return status;
@@ -198,9 +186,7 @@ public:
         require(gone && gone->liveParts() == 0, "destroys an aggregate device that is missing or in use");
         with([&](World& world) { world.aggregates.erase(device); });
     }
-    AudioStatus setBufferFrameSize(AudioObjectID, std::uint32_t) override {
-        return -95;
-    } // keeps its own size
+    AudioStatus setBufferFrameSize(AudioObjectID, std::uint32_t) override { return -95; } // keeps its own size
     AudioResult<IoProcID> createIoProc(AudioObjectID device, SerialQueue& queue, IoProc proc) override {
         if (const auto status = refusal(Call::createProc, "create proc")) return status;
         find(device)->install(queue, proc);

@@ -20,9 +20,7 @@ public:
     };
 
     [[nodiscard]] Path musicDirectory() const override { return "/home/user/Music"; }
-    [[nodiscard]] bool exists(const Path& path) const override {
-        return isDirectory(path) || files.contains(path);
-    }
+    [[nodiscard]] bool exists(const Path& path) const override { return isDirectory(path) || files.contains(path); }
     [[nodiscard]] bool isDirectory(const Path& path) const override { return folders.contains(path); }
     [[nodiscard]] bool isWritable(const Path& path) const override {
         return exists(path) && !readOnly.contains(path);
@@ -67,8 +65,7 @@ public:
     Result<void> write(const std::filesystem::path& path, AudioFileFormat format, std::span<const float> left,
                        std::span<const float> right) override {
         if (!files_.isDirectory(path.parent_path())) return systemError(std::errc::no_such_file_or_directory);
-        if (files_.readOnly.contains(path.parent_path()))
-            return systemError(std::errc::read_only_file_system);
+        if (files_.readOnly.contains(path.parent_path())) return systemError(std::errc::read_only_file_system);
         if (files_.exists(path)) return systemError(std::errc::file_exists);
         lastFormat = format;
         const std::size_t frames = failure == std::errc{} ? left.size() : left.size() / 2;

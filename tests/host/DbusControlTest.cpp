@@ -44,8 +44,7 @@ protected:
     }
 
     DbusControlService::Start startService() {
-        service_ =
-            std::make_unique<DbusControlService>(control_, bus_.connect(serviceName_), Log(log_, "Control"));
+        service_ = std::make_unique<DbusControlService>(control_, bus_.connect(serviceName_), Log(log_, "Control"));
         return service_->start();
     }
 
@@ -132,8 +131,7 @@ TEST_F(DbusControlTest, ExportWithoutFolderLeavesTheChoiceToTheInstance) {
     EXPECT_EQ(control_.exports[0].seconds, std::nullopt);
     EXPECT_TRUE(control_.exports[0].folder.empty());
     control_.exports[0].reply(Error{28, "Could not write the audio file: No space left on device"});
-    expectFailure(ended(*process), ExitCode::failed,
-                  "Could not write the audio file: No space left on device\n");
+    expectFailure(ended(*process), ExitCode::failed, "Could not write the audio file: No space left on device\n");
 }
 
 TEST_F(DbusControlTest, ClientsThatWaitAtTheSameTimeEachGetTheirOwnAnswer) {
@@ -229,9 +227,7 @@ QStringList members(const QByteArray& introspection) {
     while (!xml.atEnd()) {
         xml.readNext();
         const auto element = xml.name();
-        const auto attribute = [&](const char* key) {
-            return xml.attributes().value(QLatin1String(key)).toString();
-        };
+        const auto attribute = [&](const char* key) { return xml.attributes().value(QLatin1String(key)).toString(); };
         const bool member = element == QLatin1String("method") || element == QLatin1String("signal");
         if (xml.isStartElement() && element == QLatin1String("interface")) {
             ours = attribute("name") == QLatin1String(kControlInterface);
@@ -277,16 +273,14 @@ TEST_F(DbusControlTest, CommandsNeverStartAnInstance) {
 }
 
 TEST_F(DbusControlTest, CommandsWithoutABusFindNoInstance) {
-    environment_.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                        QStringLiteral("unix:path=/nonexistent/bus"));
+    environment_.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
     environment_.insert(QStringLiteral("LC_ALL"),
                         QStringLiteral("C")); // of which nothing is said on standard error
     expectFailure(run("status"), ExitCode::noInstance, "no instance is running");
 }
 
 TEST_F(DbusControlTest, NonsenseIsRefusedWithoutAskingAnybody) {
-    for (const char* words :
-         {"duration 31", "gain loud", "export", "export --last 0", "bounce", "--headless now"}) {
+    for (const char* words : {"duration 31", "gain loud", "export", "export --last 0", "bounce", "--headless now"}) {
         expectFailure(run(words), ExitCode::usage, "");
     }
     expectFailure(run(QStringList{}), ExitCode::usage, "--headless");
@@ -358,8 +352,7 @@ TEST_F(HeadlessProgramTest, StopsCleanlyOnEitherSignal) {
 }
 
 TEST_F(HeadlessProgramTest, RunsWithoutABusAndSaysSoOnce) {
-    environment_.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                        QStringLiteral("unix:path=/nonexistent/bus"));
+    environment_.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
     const auto process = startHeadless();
     process->terminate();
     EXPECT_EQ(ended(*process).exitCode, 0);

@@ -110,8 +110,7 @@ TEST(Fidelity, VolumeAndMuteOfSinkOrTapDoNotScaleTheRecording) {
     unsigned seed = 20;
     {
         const Recorder recorder(session);
-        node = session.run("pw-cli ls Node | grep -B6 rewindle-tap | awk '/^\\tid/ { print $2 }' | tr -d ,")
-                   .output;
+        node = session.run("pw-cli ls Node | grep -B6 rewindle-tap | awk '/^\\tid/ { print $2 }' | tr -d ,").output;
         node.erase(node.find_last_not_of('\n') + 1);
         ASSERT_FALSE(node.empty());
         for (const std::string setting :
@@ -142,8 +141,7 @@ TEST(Fidelity, SurroundAndMonoOutputsAreMixedToStereo) {
     EXPECT_TRUE(find(sound, recorder.lastSeconds(5)));
 
     session.addDefaultSink("single", "MONO");
-    ASSERT_TRUE(
-        eventually([&] { return recorder.status("device_uid") == "single" && recorder.isCapturing(); }));
+    ASSERT_TRUE(eventually([&] { return recorder.status("device_uid") == "single" && recorder.isCapturing(); }));
     play(session, padded(noise(0.5, 31)));
     const auto clip = recorder.lastSeconds(5);
     EXPECT_GT(peak(clip, 0, clip.frames()), 0.1F);

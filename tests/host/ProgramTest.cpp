@@ -16,12 +16,10 @@ namespace {
 TEST(Program, EveryCommandDoesWhatItSaysAndAnswersByItsExitCode) {
     const PrivateSession session;
     session.addDefaultSink("out");
-    const auto rewindle = [&](const std::string& arguments) {
-        return session.run(REWINDLE_BINARY " " + arguments);
-    };
+    const auto rewindle = [&](const std::string& arguments) { return session.run(REWINDLE_BINARY " " + arguments); };
 
-    for (const std::string command : {"status", "status --json", "export --last 5", "freeze", "unfreeze",
-                                      "duration 300", "gain -6", "quit"}) {
+    for (const std::string command :
+         {"status", "status --json", "export --last 5", "freeze", "unfreeze", "duration 300", "gain -6", "quit"}) {
         SCOPED_TRACE(command);
         const auto result = rewindle(command);
         EXPECT_EQ(result.exitCode, 3);
@@ -94,8 +92,7 @@ TEST(Program, ExportsDurationChangesAndOverlappingCopiesLoseNoFrame) {
     for (int user = 0; user < 2; ++user) {
         users.emplace_back([&] {
             for (int i = 0; i < 4; ++i) {
-                exported +=
-                    recorder.command("export --all --folder " + session.folder().string()).exitCode == 0;
+                exported += recorder.command("export --all --folder " + session.folder().string()).exitCode == 0;
             }
         });
     }

@@ -20,10 +20,8 @@ Path newFile(const PrivateSession& session, const std::string& extension) {
 
 Recorder::Recorder(const PrivateSession& session, const std::string& options, bool capturing)
     : session_(session), logFile_(newFile(session, ".log")),
-      process_("REWINDLE_LOG=debug exec " REWINDLE_BINARY " --headless " + options + " 2>" +
-               logFile_.string()) {
-    if (!eventually(
-            [&] { return command("status --json").exitCode == 0 && (!capturing || isCapturing()); })) {
+      process_("REWINDLE_LOG=debug exec " REWINDLE_BINARY " --headless " + options + " 2>" + logFile_.string()) {
+    if (!eventually([&] { return command("status --json").exitCode == 0 && (!capturing || isCapturing()); })) {
         throw std::runtime_error("rewindle did not come up: " + log());
     }
 }

@@ -53,17 +53,16 @@ TEST(Route, SwitchingTheDefaultSinkWhileSoundPlaysLeavesOneSoftSeam) {
     const auto before = recorder.retained();
     const auto framesBefore = recorder.totalFrames();
     session.session("default-sink", "second");
-    ASSERT_TRUE(
-        eventually([&] { return recorder.status("device_uid") == "second" && recorder.isCapturing(); }));
+    ASSERT_TRUE(eventually([&] { return recorder.status("device_uid") == "second" && recorder.isCapturing(); }));
     player.wait();
     other.wait();
     const auto clip = recorder.retained();
     EXPECT_GT(recorder.totalFrames(), framesBefore);
     EXPECT_EQ(find(before, clip), 0U) << "earlier audio was touched";
     expectSeam(clip, onFirst, onSecond);
-    EXPECT_EQ(recorder.logCount(
-                  "Output route changed (default output device changed); restarting capture (attempt 1)."),
-              1);
+    EXPECT_EQ(
+        recorder.logCount("Output route changed (default output device changed); restarting capture (attempt 1)."),
+        1);
     EXPECT_EQ(recorder.logCount("restarting capture"), 1);
 }
 
@@ -79,12 +78,10 @@ TEST(Route, CaptureMovesOnWhenTheActiveSinkIsUnpluggedAndIgnoresOtherSinks) {
     EXPECT_EQ(recorder.logCount("restarting capture"), 0);
     const auto framesBefore = recorder.totalFrames();
     session.session("remove", "first");
-    ASSERT_TRUE(
-        eventually([&] { return recorder.isCapturing() && recorder.status("device_uid") != "first"; }));
+    ASSERT_TRUE(eventually([&] { return recorder.isCapturing() && recorder.status("device_uid") != "first"; }));
     EXPECT_GE(recorder.totalFrames(), framesBefore);
     session.session("default-sink", "second");
-    ASSERT_TRUE(
-        eventually([&] { return recorder.isCapturing() && recorder.status("device_uid") == "second"; }));
+    ASSERT_TRUE(eventually([&] { return recorder.isCapturing() && recorder.status("device_uid") == "second"; }));
     player.end();
     waitForCapture(recorder);
     const auto sound = noise(0.5, 6);
@@ -105,10 +102,7 @@ TEST(Route, CaptureComesBackWhenTheServerIsKilledAndStartsAgain) {
     session.session("server-kill");
     // Six tries with pauses of 0.15 to 2 s, then the message; a new schedule begins 3 s later.
     ASSERT_TRUE(eventually(
-        [&] {
-            return recorder.status("last_error").find("It will retry automatically.") != std::string::npos;
-        },
-        15));
+        [&] { return recorder.status("last_error").find("It will retry automatically.") != std::string::npos; }, 15));
     EXPECT_EQ(recorder.logCount("Capture restart failed (attempt 6)"), 1);
     EXPECT_EQ(recorder.logCount("Output route changed (active output device disconnected)"), 1);
     EXPECT_FALSE(recorder.isCapturing());
@@ -150,13 +144,11 @@ TEST(Route, NothingIsEverCapturedFromAMicrophone) {
     session.session("add-source", "mic");
     const Recorder recorder(session);
     const auto voice = startPlaying(session, noise(60, 11), "--target 0 -P '{ node.name=voice }'");
-    ASSERT_TRUE(
-        eventually([&] { return session.run("pw-link voice:output_FL mic:input_FL").exitCode == 0; }));
+    ASSERT_TRUE(eventually([&] { return session.run("pw-link voice:output_FL mic:input_FL").exitCode == 0; }));
     ASSERT_TRUE(eventually([&] { return session.session("state", "mic") == "running"; }));
 
     const auto nodeId = [&](const std::string& name) {
-        return "$(pw-cli ls Node | awk '/^\\tid/ { id = $2 } /\"" + name +
-               "\"/ { print id; exit }' | tr -d ,)";
+        return "$(pw-cli ls Node | awk '/^\\tid/ { id = $2 } /\"" + name + "\"/ { print id; exit }' | tr -d ,)";
     };
     // Somebody moves the tap as a mixer would, links the microphone by hand, and takes every sink away.
     std::ignore = session.run("pw-metadata " + nodeId("rewindle-tap") + " target.object " + nodeId("mic"));

@@ -58,8 +58,7 @@ TEST_F(CaptureLevelMeterTest, FindsTheLargestMagnitudeOfEachChannelWhereverItIs)
             std::vector<float> right(frames, -0.001F);
             left[at] = -0.5F;
             right[at] = 2.0F;
-            fresh.ingest(
-                {.frameLength = static_cast<std::int64_t>(frames), .channels = {left.data(), right.data()}});
+            fresh.ingest({.frameLength = static_cast<std::int64_t>(frames), .channels = {left.data(), right.data()}});
             EXPECT_FLOAT_EQ(fresh.displayDb(0), 20.0F * std::log10(0.5F));
             EXPECT_FLOAT_EQ(fresh.displayDb(1), 20.0F * std::log10(2.0F));
             EXPECT_FLOAT_EQ(fresh.peakHoldDb(), fresh.holdDb(1));
@@ -141,16 +140,14 @@ TEST_F(CaptureLevelMeterTest, AllocatesNothingForABuffer) {
 }
 
 TEST(CaptureLevelMeterScaleTest, IsLinearInDecibelsBetweenItsEnds) {
-    const std::pair<float, double> cases[] = {{-80, 0}, {-48, 0}, {-18, 0.5}, {0, 0.8},
-                                              {6, 0.9}, {12, 1},  {40, 1}};
+    const std::pair<float, double> cases[] = {{-80, 0}, {-48, 0}, {-18, 0.5}, {0, 0.8}, {6, 0.9}, {12, 1}, {40, 1}};
     for (const auto& [db, fraction] : cases)
         EXPECT_DOUBLE_EQ(CaptureLevelMeter::fraction(db), fraction) << db;
 }
 
 TEST(CaptureLevelMeterScaleTest, ReadsOutSignedTenthsAndInfinityNearTheFloor) {
-    const std::pair<float, std::string> cases[] = {{-80, "−∞"},      {-47.5F, "−∞"}, {-47.4F, "-47.4"},
-                                                   {-6, "-6.0"},     {0, "+0.0"},    {6.02F, "+6.0"},
-                                                   {12.34F, "+12.3"}};
+    const std::pair<float, std::string> cases[] = {{-80, "−∞"}, {-47.5F, "−∞"},  {-47.4F, "-47.4"}, {-6, "-6.0"},
+                                                   {0, "+0.0"}, {6.02F, "+6.0"}, {12.34F, "+12.3"}};
     for (const auto& [db, text] : cases)
         EXPECT_EQ(CaptureLevelMeter::readoutText(db), text);
 }

@@ -78,8 +78,7 @@ TEST_P(FileSystemContractTest, MakesFoldersWithAllAboveThemButNotThroughAFile) {
 TEST_P(FileSystemContractTest, RenamesAFileButNeverOverAnother) {
     playground->makeFile(folder / "a");
     playground->makeFile(folder / "b");
-    EXPECT_EQ(files.renameWithoutReplacing(folder / "a", folder / "b").error(),
-              systemError(std::errc::file_exists));
+    EXPECT_EQ(files.renameWithoutReplacing(folder / "a", folder / "b").error(), systemError(std::errc::file_exists));
     EXPECT_TRUE(files.exists(folder / "a"));
     EXPECT_TRUE(files.renameWithoutReplacing(folder / "a", folder / "c").ok());
     EXPECT_FALSE(files.exists(folder / "a"));

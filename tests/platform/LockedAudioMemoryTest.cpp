@@ -21,8 +21,7 @@ std::size_t residentPages(void* block, std::size_t bytes) {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     std::vector<unsigned char> resident((bytes + page - 1) / page);
     EXPECT_EQ(::mincore(block, bytes, resident.data()), 0);
-    return static_cast<std::size_t>(
-        std::ranges::count_if(resident, [](unsigned char flags) { return flags & 1; }));
+    return static_cast<std::size_t>(std::ranges::count_if(resident, [](unsigned char flags) { return flags & 1; }));
 }
 
 /// What the kernel says of the mapping that holds `address`: two letters for each property.
@@ -35,8 +34,7 @@ std::string propertiesOf(const void* address) {
         std::uintptr_t begin = 0;
         std::uintptr_t end = 0;
         char dash = 0;
-        if (fields >> std::hex >> begin >> dash >> end && dash == '-')
-            inside = begin <= wanted && wanted < end;
+        if (fields >> std::hex >> begin >> dash >> end && dash == '-') inside = begin <= wanted && wanted < end;
         if (inside && line.starts_with("VmFlags:")) return line + " ";
     }
     return {};

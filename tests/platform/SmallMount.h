@@ -27,9 +27,7 @@ public:
     }
 
 private:
-    static bool mountAt(const char* path) {
-        return ::mount("none", path, "tmpfs", 0, "size=64k,mode=777") == 0;
-    }
+    static bool mountAt(const char* path) { return ::mount("none", path, "tmpfs", 0, "size=64k,mode=777") == 0; }
     /// Once per process: gets it mounts of its own, as root directly, otherwise as the root of a user
     /// namespace.
     static bool canMount() {

@@ -80,11 +80,8 @@ TEST_F(SndfileWriterTest, WritesAPlainFloatWavWithEverySampleBitForBit) {
         EXPECT_EQ(valueAt<std::uint32_t>(bytes, data + 4), frames * 8);
         EXPECT_EQ(bytes.substr(0, data).find("PEAK"), std::string::npos);
         for (std::size_t i = 0; i < frames; ++i) {
-            ASSERT_EQ(valueAt<std::uint32_t>(bytes, data + 8 + 8 * i), std::bit_cast<std::uint32_t>(left[i]))
-                << i;
-            ASSERT_EQ(valueAt<std::uint32_t>(bytes, data + 12 + 8 * i),
-                      std::bit_cast<std::uint32_t>(right[i]))
-                << i;
+            ASSERT_EQ(valueAt<std::uint32_t>(bytes, data + 8 + 8 * i), std::bit_cast<std::uint32_t>(left[i])) << i;
+            ASSERT_EQ(valueAt<std::uint32_t>(bytes, data + 12 + 8 * i), std::bit_cast<std::uint32_t>(right[i])) << i;
         }
     }
 }
@@ -120,21 +117,19 @@ TEST_P(ClipReaderTest, OtherProgramsReadTheClip) {
         EXPECT_NE(text.find(fact), std::string::npos) << fact << " in:\n" << text;
 }
 
-INSTANTIATE_TEST_SUITE_P(Programs, ClipReaderTest,
-                         testing::Values(Reader{"sndfile-info",
-                                                "sndfile-info",
-                                                {"Sample Rate : 48000", "Frames      : 48000",
-                                                 "Channels    : 2", "WAVE_FORMAT_IEEE_FLOAT"}},
-                                         Reader{"sox",
-                                                "sox --info",
-                                                {"Channels       : 2", "Sample Rate    : 48000",
-                                                 "= 48000 samples", "32-bit Floating Point PCM"}},
-                                         Reader{"ffprobe",
-                                                "ffprobe -hide_banner",
-                                                {"pcm_f32le", "48000 Hz, 2 channels", "00:00:01.00"}}),
-                         [](const auto& param) {
-                             return param.index == 1 ? "Sox" : param.index == 2 ? "Ffprobe" : "SndfileInfo";
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Programs, ClipReaderTest,
+    testing::Values(
+        Reader{"sndfile-info",
+               "sndfile-info",
+               {"Sample Rate : 48000", "Frames      : 48000", "Channels    : 2", "WAVE_FORMAT_IEEE_FLOAT"}},
+        Reader{"sox",
+               "sox --info",
+               {"Channels       : 2", "Sample Rate    : 48000", "= 48000 samples", "32-bit Floating Point PCM"}},
+        Reader{"ffprobe", "ffprobe -hide_banner", {"pcm_f32le", "48000 Hz, 2 channels", "00:00:01.00"}}),
+    [](const auto& param) { return param.index == 1   ? "Sox"
+                                   : param.index == 2 ? "Ffprobe"
+                                                      : "SndfileInfo"; });
 
 } // namespace
 } // namespace rewindle::test

@@ -20,8 +20,7 @@ TEST(UserFoldersTest, FindsTheMusicFolderAsTheDesktopWritesIt) {
         {"# comment\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\n  XDG_MUSIC_DIR=\"/srv/audio\"", "/srv/audio"},
         {"#XDG_MUSIC_DIR=\"$HOME/Old\"\n", std::nullopt},
         {"XDG_MUSIC_DIR=\"$HOME/My \\\"Best\\\" Songs\"\n", "/home/u/My \"Best\" Songs"},
-        {"XDG_MUSIC_DIR=\"$HOME/\"\n",
-         "/home/u"}, // how the desktop writes that the user wants none of its own
+        {"XDG_MUSIC_DIR=\"$HOME/\"\n", "/home/u"}, // how the desktop writes that the user wants none of its own
         {"XDG_MUSIC_DIR=\"$HOMEWORK/Music\"\n", std::nullopt},
         {"XDG_MUSIC_DIR=\"Music\"\n", std::nullopt},
         {"XDG_MUSIC_DIR=$HOME/Music\n", std::nullopt},

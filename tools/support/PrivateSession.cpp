@@ -102,8 +102,7 @@ void PrivateSession::addDefaultSink(const std::string& name, const std::string& 
 CommandResult PrivateSession::run(const std::string& command) const {
     static int count = 0;
     const auto stem = folder_ / ("run-" + std::to_string(getpid()) + "-" + std::to_string(count++));
-    Process process("{ " + command + " ; } </dev/null >" + stem.string() + ".out 2>" + stem.string() +
-                    ".err");
+    Process process("{ " + command + " ; } </dev/null >" + stem.string() + ".out 2>" + stem.string() + ".err");
     const int exitCode = process.wait();
     return {exitCode, contentsOf(stem.string() + ".out"), contentsOf(stem.string() + ".err")};
 }

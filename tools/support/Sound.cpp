@@ -23,8 +23,7 @@ Sound noise(double seconds, unsigned seed, int rate) {
 }
 
 Sound padded(Sound sound, double seconds) {
-    sound.samples.resize(sound.samples.size() +
-                         2 * static_cast<std::size_t>(std::lround(seconds * sound.rate)));
+    sound.samples.resize(sound.samples.size() + 2 * static_cast<std::size_t>(std::lround(seconds * sound.rate)));
     return sound;
 }
 

@@ -44,8 +44,7 @@ std::optional<CommandOutcome> failureOf(const QDBusMessage& reply) {
         return noInstance();
     }
     if (endedMeanwhile(reply)) {
-        return failure(ExitCode::failed,
-                       "the running instance ended, or stopped answering, before this was done");
+        return failure(ExitCode::failed, "the running instance ended, or stopped answering, before this was done");
     }
     return failure(ExitCode::failed, reply.errorMessage().toStdString());
 }
@@ -55,8 +54,7 @@ CommandOutcome doneUnlessFailed(const QDBusMessage& reply) {
 }
 
 CommandOutcome unexpectedAnswer() {
-    return failure(ExitCode::failed,
-                   "the running instance gave an answer that this version does not understand");
+    return failure(ExitCode::failed, "the running instance gave an answer that this version does not understand");
 }
 
 } // namespace
@@ -67,9 +65,9 @@ CommandOutcome DbusControlClient::run(const ControlCommand& command) const {
 }
 
 QDBusMessage DbusControlClient::call(const char* method, const QVariantList& arguments, int timeoutMs) const {
-    auto message = QDBusMessage::createMethodCall(
-        QString::fromLatin1(kControlBusName), QString::fromLatin1(kControlObjectPath),
-        QString::fromLatin1(kControlInterface), QString::fromLatin1(method));
+    auto message =
+        QDBusMessage::createMethodCall(QString::fromLatin1(kControlBusName), QString::fromLatin1(kControlObjectPath),
+                                       QString::fromLatin1(kControlInterface), QString::fromLatin1(method));
     message.setAutoStartService(false);
     message.setArguments(arguments);
 
@@ -77,13 +75,11 @@ QDBusMessage DbusControlClient::call(const char* method, const QVariantList& arg
     QEventLoop loop;
     auto bus = bus_;
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), &loop,
-                SLOT(quit()));
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), &loop, SLOT(quit()));
     const QDBusPendingCallWatcher watcher(bus.asyncCall(message, timeoutMs));
     QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
     loop.exec();
-    return watcher.isFinished() ? watcher.reply()
-                                : message.createErrorReply(QDBusError::Disconnected, QString());
+    return watcher.isFinished() ? watcher.reply() : message.createErrorReply(QDBusError::Disconnected, QString());
 }
 
 CommandOutcome DbusControlClient::carryOut(const ExportCommand& command) const {

@@ -39,9 +39,7 @@ private:
 
 DbusControlService::DbusControlService(CaptureControl& control, QDBusConnection bus, Log log)
     : control_(control), bus_(std::move(bus)), log_(std::move(log)) {
-    control_.onClipExported = [this](const CaptureControl::Path& path) {
-        Q_EMIT ClipExported(toQString(path));
-    };
+    control_.onClipExported = [this](const CaptureControl::Path& path) { Q_EMIT ClipExported(toQString(path)); };
     control_.onCaptureStateChanged = [this] { Q_EMIT CaptureStateChanged(); };
 }
 

@@ -74,9 +74,8 @@ void read(const QVariant& from, std::string& to) {
 
 QVariantMap toVariantMap(const CaptureStatus& status) {
     QVariantMap map;
-    visitFields(status, [&](const char* key, const auto& value) {
-        map[QString::fromLatin1(key)] = toVariant(value);
-    });
+    visitFields(status,
+                [&](const char* key, const auto& value) { map[QString::fromLatin1(key)] = toVariant(value); });
     return map;
 }
 

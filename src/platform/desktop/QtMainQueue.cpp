@@ -18,8 +18,7 @@ DelayedWork QtMainQueue::asyncAfter(std::chrono::nanoseconds delay, Work work) {
     // A timer belongs to the thread that starts it, hence the detour; its time is not waited twice.
     async([this, due, cancelled, work = std::move(work)] {
         // Rounded up: a timer counts whole milliseconds, and work must not run before it is due.
-        const auto rest =
-            std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
         QTimer::singleShot(std::max(rest, std::chrono::milliseconds::zero()), Qt::PreciseTimer, &context_,
                            [cancelled, work] {
                                if (!cancelled->load(std::memory_order_relaxed)) work();

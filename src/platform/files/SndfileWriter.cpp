@@ -92,9 +92,8 @@ void interleave(const float* left, const float* right, std::size_t frames, float
 }
 
 /// Writes all samples, or as many as go before the first failure.
-void writeSamples(SNDFILE* file, std::span<const float> left, std::span<const float> right,
-                  const Output& output) {
-    constexpr std::size_t kPieceFrames = 4096; // 32 KiB: still in the cache when the system copies it
+void writeSamples(SNDFILE* file, std::span<const float> left, std::span<const float> right, const Output& output) {
+    constexpr std::size_t kPieceFrames = 4096;             // 32 KiB: still in the cache when the system copies it
     alignas(64) std::array<float, 2 * kPieceFrames> piece; // filled before it is read
     for (std::size_t done = 0; done < left.size() && output.error == 0; done += kPieceFrames) {
         const auto frames = std::min(kPieceFrames, left.size() - done);

@@ -7,8 +7,7 @@
 
 namespace rewindle {
 
-OutputRoute::OutputRoute(PipeWireConnection& connection, PipeWireGraph::ID sink,
-                         std::function<void()> onChanged)
+OutputRoute::OutputRoute(PipeWireConnection& connection, PipeWireGraph::ID sink, std::function<void()> onChanged)
     : connection_(connection), onChanged_(std::move(onChanged)) {
     static const pw_node_events nodeEvents = [] {
         pw_node_events events{};
@@ -24,8 +23,7 @@ OutputRoute::OutputRoute(PipeWireConnection& connection, PipeWireGraph::ID sink,
         events.info = [](void* self, const pw_device_info* info) {
             static_cast<OutputRoute*>(self)->handleCardInfo(info);
         };
-        events.param = [](void* self, int, std::uint32_t id, std::uint32_t, std::uint32_t,
-                          const spa_pod* pod) {
+        events.param = [](void* self, int, std::uint32_t id, std::uint32_t, std::uint32_t, const spa_pod* pod) {
             if (id == SPA_PARAM_Route) static_cast<OutputRoute*>(self)->handleRoute(pod);
         };
         return events;
@@ -37,8 +35,8 @@ OutputRoute::OutputRoute(PipeWireConnection& connection, PipeWireGraph::ID sink,
     card_ = connection_.bind(cardId_, PW_TYPE_INTERFACE_Device, PW_VERSION_DEVICE);
     if (!card_) return;
     pw_device_add_listener(reinterpret_cast<pw_device*>(card_.get()), cardHook_.get(), &cardEvents, this);
-    ready_ = connection_.roundTrip() &&
-             connection_.roundTrip(); // the card's info, then the routes it made us ask for
+    ready_ =
+        connection_.roundTrip() && connection_.roundTrip(); // the card's info, then the routes it made us ask for
 }
 
 void OutputRoute::handleNodeInfo(const pw_node_info* info) {
@@ -55,8 +53,7 @@ void OutputRoute::handleCardInfo(const pw_device_info* info) {
     if (!(info->change_mask & PW_DEVICE_CHANGE_MASK_PARAMS)) return;
     for (std::uint32_t i = 0; i < info->n_params; ++i) {
         if (info->params[i].id != SPA_PARAM_Route || !(info->params[i].flags & SPA_PARAM_INFO_READ)) continue;
-        pw_device_enum_params(reinterpret_cast<pw_device*>(card_.get()), 0, SPA_PARAM_Route, 0, UINT32_MAX,
-                              nullptr);
+        pw_device_enum_params(reinterpret_cast<pw_device*>(card_.get()), 0, SPA_PARAM_Route, 0, UINT32_MAX, nullptr);
     }
 }
 
@@ -71,9 +68,9 @@ std::optional<OutputRoute::Parameter> OutputRoute::parse(const spa_pod* pod) {
     std::uint32_t direction = 0;
     Parameter route;
     const char* name = nullptr;
-    const int parsed = spa_pod_parse_object(
-        pod, SPA_TYPE_OBJECT_ParamRoute, nullptr, SPA_PARAM_ROUTE_direction, SPA_POD_Id(&direction),
-        SPA_PARAM_ROUTE_device, SPA_POD_Int(&route.device), SPA_PARAM_ROUTE_name, SPA_POD_String(&name));
+    const int parsed = spa_pod_parse_object(pod, SPA_TYPE_OBJECT_ParamRoute, nullptr, SPA_PARAM_ROUTE_direction,
+                                            SPA_POD_Id(&direction), SPA_PARAM_ROUTE_device,
+                                            SPA_POD_Int(&route.device), SPA_PARAM_ROUTE_name, SPA_POD_String(&name));
     if (parsed < 0 || !name) return std::nullopt;
     route.isOutput = direction == SPA_DIRECTION_OUTPUT;
     route.name = name;

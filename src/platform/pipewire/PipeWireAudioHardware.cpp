@@ -107,13 +107,12 @@ AudioResult<std::string> PipeWireAudioHardware::deviceDescription(AudioObjectID 
 }
 
 OutputRoute* PipeWireAudioHardware::route(AudioObjectID device) {
-    std::erase_if(routes_,
-                  [this](const auto& entry) { return !connection_->graph().sinks().contains(entry.first); });
+    std::erase_if(routes_, [this](const auto& entry) { return !connection_->graph().sinks().contains(entry.first); });
     if (!connection_->graph().sinks().contains(device)) return nullptr;
     auto& entry = routes_[device];
     if (!entry) {
-        entry = std::make_unique<OutputRoute>(
-            *connection_, device, [this, device] { notify(device, AudioProperty::outputDataSource); });
+        entry = std::make_unique<OutputRoute>(*connection_, device,
+                                              [this, device] { notify(device, AudioProperty::outputDataSource); });
     }
     return entry.get();
 }
@@ -131,8 +130,7 @@ AudioResult<std::string> PipeWireAudioHardware::dataSource(AudioObjectID device)
 
 std::optional<PipeWireGraph::ID> PipeWireAudioHardware::sinkWithUid(const std::string& uid) const {
     const auto& sinks = connection_->graph().sinks();
-    const auto found =
-        std::ranges::find_if(sinks, [&](const auto& entry) { return entry.second.name == uid; });
+    const auto found = std::ranges::find_if(sinks, [&](const auto& entry) { return entry.second.name == uid; });
     if (found == sinks.end()) return std::nullopt;
     return found->first;
 }
@@ -167,8 +165,8 @@ AudioStatus PipeWireAudioHardware::setBufferFrameSize(AudioObjectID device, std:
     return 0;
 }
 
-AudioResult<AudioHardware::IoProcID> PipeWireAudioHardware::createIoProc(AudioObjectID device,
-                                                                         SerialQueue& queue, IoProc proc) {
+AudioResult<AudioHardware::IoProcID> PipeWireAudioHardware::createIoProc(AudioObjectID device, SerialQueue& queue,
+                                                                         IoProc proc) {
     const auto found = devices_.find(device);
     if (found == devices_.end()) return kAudioBadDeviceStatus;
     if (&queue != &captureQueue_) return -EINVAL;
@@ -192,17 +190,15 @@ std::vector<PipeWireGraph::Port> PipeWireAudioHardware::waitForMonitorPorts(Pipe
     return connection_->graph().monitorPorts(sink);
 }
 
-std::unique_ptr<TapReceiver>
-PipeWireAudioHardware::makeReceiver(AudioObjectID id, const Device& device,
-                                    const std::vector<PipeWireGraph::Port>& ports) {
-    TapReceiver::Setup setup{
-        .rate = device.rate, .channelPositions = {}, .bufferFrames = device.bufferFrames};
+std::unique_ptr<TapReceiver> PipeWireAudioHardware::makeReceiver(AudioObjectID id, const Device& device,
+                                                                 const std::vector<PipeWireGraph::Port>& ports) {
+    TapReceiver::Setup setup{.rate = device.rate, .channelPositions = {}, .bufferFrames = device.bufferFrames};
     for (const auto& port : ports)
         setup.channelPositions.push_back(port.channel);
     // The capture thread reports; this object, with its queues, outlives every receiver.
     TapReceiver::Handlers handlers{
-        .onFormatChanged =
-            [this, id] { controlQueue_.async([this, id] { notify(id, AudioProperty::tapInterrupted); }); },
+        .onFormatChanged = [this,
+                            id] { controlQueue_.async([this, id] { notify(id, AudioProperty::tapInterrupted); }); },
         .onStalled =
             [this, id](bool hadCycles) {
                 controlQueue_.async([this, id, hadCycles] {
@@ -228,8 +224,8 @@ AudioResult<void> PipeWireAudioHardware::startDevice(AudioObjectID id) {
 
     device.receiver = makeReceiver(id, device, ports);
     device.node = std::make_unique<TapNode>(
-        *connection_, logSink_, TapNode::Setup{*sink, device.description.name, ports, passive_},
-        *device.receiver, [this, id] { notify(id, AudioProperty::tapInterrupted); });
+        *connection_, logSink_, TapNode::Setup{*sink, device.description.name, ports, passive_}, *device.receiver,
+        [this, id] { notify(id, AudioProperty::tapInterrupted); });
     if (const int failure = device.node->start(); failure < 0) {
         device.node.reset();
         device.receiver.reset();

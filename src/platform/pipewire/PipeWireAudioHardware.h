@@ -26,8 +26,8 @@ namespace rewindle {
 class PipeWireAudioHardware final : public AudioHardware {
 public:
     /// I/O procedures run on `captureQueue`, whatever listens and everything else on `controlQueue`.
-    PipeWireAudioHardware(PipeWireLoopQueue& controlQueue, PipeWireLoopQueue& captureQueue,
-                          const Clock& clock, LogSink& log);
+    PipeWireAudioHardware(PipeWireLoopQueue& controlQueue, PipeWireLoopQueue& captureQueue, const Clock& clock,
+                          LogSink& log);
     ~PipeWireAudioHardware() override;
 
     AudioResult<AudioObjectID> translateProcess(std::int64_t pid) override;

@@ -93,9 +93,7 @@ struct PipeWireConnection::Session {
     }
 
     void addGlobal(std::uint32_t id, std::string_view type, const spa_dict* dict) {
-        const auto properties = [dict](const char* key) {
-            return dict ? spa_dict_lookup(dict, key) : nullptr;
-        };
+        const auto properties = [dict](const char* key) { return dict ? spa_dict_lookup(dict, key) : nullptr; };
         if (type == PW_TYPE_INTERFACE_Node) return tell(graph.addNode(id, properties));
         if (type == PW_TYPE_INTERFACE_Port) return tell(graph.addPort(id, properties));
         if (type == PW_TYPE_INTERFACE_Client) return tell(graph.addClient(id, properties));
@@ -120,8 +118,7 @@ struct PipeWireConnection::Session {
         static const pw_metadata_events events = [] {
             pw_metadata_events table{};
             table.version = PW_VERSION_METADATA_EVENTS;
-            table.property = [](void* data, std::uint32_t subject, const char* key, const char*,
-                                const char* value) {
+            table.property = [](void* data, std::uint32_t subject, const char* key, const char*, const char* value) {
                 auto* self = static_cast<Metadata*>(data);
                 if (subject == PW_ID_CORE) self->session->setMetadata(self->name, key, value);
                 return 0;
@@ -134,8 +131,8 @@ struct PipeWireConnection::Session {
         entry->session = this;
         entry->name = name;
         entry->proxy.reset(static_cast<pw_proxy*>(bound));
-        pw_metadata_add_listener(reinterpret_cast<pw_metadata*>(entry->proxy.get()), entry->hook.get(),
-                                 &events, entry.get());
+        pw_metadata_add_listener(reinterpret_cast<pw_metadata*>(entry->proxy.get()), entry->hook.get(), &events,
+                                 entry.get());
         metadata[id] = std::move(entry);
     }
 
@@ -197,8 +194,7 @@ pw_core* PipeWireConnection::core() const {
 
 PipeWireProxy PipeWireConnection::bind(PipeWireGraph::ID id, const char* type, std::uint32_t version) {
     if (!isConnected()) return nullptr;
-    return PipeWireProxy(
-        static_cast<pw_proxy*>(pw_registry_bind(session_->asRegistry(), id, type, version, 0)));
+    return PipeWireProxy(static_cast<pw_proxy*>(pw_registry_bind(session_->asRegistry(), id, type, version, 0)));
 }
 
 bool PipeWireConnection::serverIsAtLeast(int major, int minor, int micro) const {

@@ -98,8 +98,8 @@ bool PipeWireGraph::setMetadata(std::string_view metadata, const char* key, cons
 
 std::optional<PipeWireGraph::ID> PipeWireGraph::defaultSink() const {
     if (defaultSinkName_.empty()) return std::nullopt;
-    const auto found = std::ranges::find_if(
-        sinks_, [&](const auto& entry) { return entry.second.name == defaultSinkName_; });
+    const auto found =
+        std::ranges::find_if(sinks_, [&](const auto& entry) { return entry.second.name == defaultSinkName_; });
     if (found == sinks_.end()) return std::nullopt;
     return found->first;
 }
@@ -107,8 +107,7 @@ std::optional<PipeWireGraph::ID> PipeWireGraph::defaultSink() const {
 std::vector<PipeWireGraph::Port> PipeWireGraph::portsOf(ID node, bool isInput) const {
     std::vector<Port> found;
     for (const auto& [id, port] : ports_) {
-        if (port.node == node && port.isInput == isInput && (isInput || port.isMonitor))
-            found.push_back(port);
+        if (port.node == node && port.isInput == isInput && (isInput || port.isMonitor)) found.push_back(port);
     }
     std::ranges::sort(found, {}, &Port::index);
     return found;

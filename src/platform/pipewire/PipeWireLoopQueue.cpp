@@ -113,8 +113,7 @@ bool PipeWireLoopQueue::waitFor(const std::function<bool()>& done, std::chrono::
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     const bool outer = std::exchange(waiting_, true);
     while (!done()) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0) break;
         pw_loop_iterate(loop_, static_cast<int>(left.count()));
     }
@@ -124,8 +123,7 @@ bool PipeWireLoopQueue::waitFor(const std::function<bool()>& done, std::chrono::
 }
 
 PipeWireLoopQueue::Signal::Signal(PipeWireLoopQueue& queue, std::function<void()> handler)
-    : queue_(queue), handler_(std::move(handler)),
-      event_(pw_loop_add_event(queue.loop_, callHandler, &handler_)) {}
+    : queue_(queue), handler_(std::move(handler)), event_(pw_loop_add_event(queue.loop_, callHandler, &handler_)) {}
 
 PipeWireLoopQueue::Signal::~Signal() {
     pw_loop_destroy_source(queue_.loop_, event_);
@@ -136,8 +134,7 @@ void PipeWireLoopQueue::Signal::trigger() noexcept {
 }
 
 PipeWireLoopQueue::Timer::Timer(PipeWireLoopQueue& queue, std::function<void()> handler)
-    : queue_(queue), handler_(std::move(handler)),
-      timer_(pw_loop_add_timer(queue.loop_, callHandler, &handler_)) {}
+    : queue_(queue), handler_(std::move(handler)), timer_(pw_loop_add_timer(queue.loop_, callHandler, &handler_)) {}
 
 PipeWireLoopQueue::Timer::~Timer() {
     pw_loop_destroy_source(queue_.loop_, timer_);

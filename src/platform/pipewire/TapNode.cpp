@@ -62,16 +62,14 @@ int TapNode::makeFilter() {
             if (state == PW_FILTER_STATE_PAUSED) self->receiver_.markPaused();
             if (state == PW_FILTER_STATE_ERROR) self->interrupt(error ? error : "node failed");
         };
-        table.process = [](void* self, spa_io_position* position) {
-            static_cast<TapNode*>(self)->process(position);
-        };
+        table.process = [](void* self, spa_io_position* position) { static_cast<TapNode*>(self)->process(position); };
         return table;
     }();
-    auto* properties = pw_properties_new(
-        PW_KEY_NODE_NAME, "rewindle-tap", PW_KEY_NODE_DESCRIPTION, setup_.description.c_str(),
-        PW_KEY_NODE_VIRTUAL, "true", PW_KEY_NODE_LATENCY, kLatency, PW_KEY_NODE_AUTOCONNECT, "false",
-        PW_KEY_NODE_DONT_RECONNECT, "true", "node.dont-move", "true", "node.dont-fallback", "true",
-        "state.restore-props", "false", "state.restore-target", "false", nullptr);
+    auto* properties =
+        pw_properties_new(PW_KEY_NODE_NAME, "rewindle-tap", PW_KEY_NODE_DESCRIPTION, setup_.description.c_str(),
+                          PW_KEY_NODE_VIRTUAL, "true", PW_KEY_NODE_LATENCY, kLatency, PW_KEY_NODE_AUTOCONNECT,
+                          "false", PW_KEY_NODE_DONT_RECONNECT, "true", "node.dont-move", "true", "node.dont-fallback",
+                          "true", "state.restore-props", "false", "state.restore-target", "false", nullptr);
     // From 1.5.81 on a node says itself that its inputs follow what they listen to; before, each link says
     // it.
     if (setup_.passive && connection_.serverIsAtLeast(1, 5, 81)) {
@@ -81,21 +79,19 @@ int TapNode::makeFilter() {
     if (!filter_) return -errno;
     pw_filter_add_listener(filter_.get(), filterHook_.get(), &events, this);
     for (const auto& monitor : setup_.monitorPorts) {
-        auto* port = pw_properties_new(PW_KEY_FORMAT_DSP, "32 bit float mono audio", PW_KEY_PORT_NAME,
-                                       portName(monitor).c_str(), PW_KEY_AUDIO_CHANNEL,
-                                       monitor.channel.c_str(), nullptr);
-        filterPorts_.push_back(pw_filter_add_port(filter_.get(), PW_DIRECTION_INPUT,
-                                                  PW_FILTER_PORT_FLAG_MAP_BUFFERS, 1, port, nullptr, 0));
+        auto* port =
+            pw_properties_new(PW_KEY_FORMAT_DSP, "32 bit float mono audio", PW_KEY_PORT_NAME,
+                              portName(monitor).c_str(), PW_KEY_AUDIO_CHANNEL, monitor.channel.c_str(), nullptr);
+        filterPorts_.push_back(pw_filter_add_port(filter_.get(), PW_DIRECTION_INPUT, PW_FILTER_PORT_FLAG_MAP_BUFFERS,
+                                                  1, port, nullptr, 0));
         if (!filterPorts_.back()) return -errno;
     }
-    if (const int failure = pw_filter_connect(filter_.get(), PW_FILTER_FLAG_RT_PROCESS, nullptr, 0);
-        failure < 0) {
+    if (const int failure = pw_filter_connect(filter_.get(), PW_FILTER_FLAG_RT_PROCESS, nullptr, 0); failure < 0) {
         return failure;
     }
     const auto portsAreKnown = [this] {
         node_ = pw_filter_get_node_id(filter_.get());
-        return node_ != PW_ID_ANY &&
-               connection_.graph().inputPorts(node_).size() == setup_.monitorPorts.size();
+        return node_ != PW_ID_ANY && connection_.graph().inputPorts(node_).size() == setup_.monitorPorts.size();
     };
     return connection_.waitFor(portsAreKnown) ? 0 : -ETIMEDOUT;
 }
@@ -116,8 +112,7 @@ int TapNode::makeLinks() {
         if (!link) return -errno;
         linkProxies_.emplace_back(static_cast<pw_proxy*>(link));
     }
-    const bool linked =
-        connection_.waitFor([this] { return links_.size() == peers_.size() || !onInterrupted_; });
+    const bool linked = connection_.waitFor([this] { return links_.size() == peers_.size() || !onInterrupted_; });
     if (!linked) return -ENOLINK;
     // Links that others made before our ports had known peers.
     for (const auto& [id, link] : connection_.graph().links())

@@ -18,11 +18,10 @@ constexpr std::int64_t kStallNanoseconds = 2'000'000'000;
 } // namespace
 
 TapReceiver::TapReceiver(Setup setup, PipeWireLoopQueue& captureQueue, const Clock& clock, LogSink& log,
-                         const std::atomic<DeliveryPace>& pace, TroubleCounters& troubles,
-                         AudioHardware::IoProc proc, Handlers handlers)
-    : setup_(std::move(setup)), captureQueue_(captureQueue), clock_(clock), log_(log, "CoreAudioTap"),
-      pace_(pace), troubles_(troubles), proc_(std::move(proc)), handlers_(std::move(handlers)),
-      mixdown_(setup_.channelPositions),
+                         const std::atomic<DeliveryPace>& pace, TroubleCounters& troubles, AudioHardware::IoProc proc,
+                         Handlers handlers)
+    : setup_(std::move(setup)), captureQueue_(captureQueue), clock_(clock), log_(log, "CoreAudioTap"), pace_(pace),
+      troubles_(troubles), proc_(std::move(proc)), handlers_(std::move(handlers)), mixdown_(setup_.channelPositions),
       fifo_(static_cast<std::size_t>(std::ceil(setup_.rate * kFifoSeconds)), setup_.channelPositions.size()),
       silence_(setup_.bufferFrames, 0.0F), pieces_(setup_.channelPositions.size()) {
     if (mixdown_.isPassThrough()) return;
@@ -100,8 +99,7 @@ bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle) const {
     if (hadCycles_ || cycle.nanoseconds - startedAt_ > TapTimeAxis::kIdleMargin) return false;
     for (std::size_t channel = 0; channel < fifo_.channels(); ++channel) {
         const float* samples = fifo_.data(channel); // a first cycle does not wrap
-        if (std::any_of(samples, samples + fifo_.contiguousFrames(),
-                        [](float sample) { return sample != 0; }))
+        if (std::any_of(samples, samples + fifo_.contiguousFrames(), [](float sample) { return sample != 0; }))
             return false;
     }
     return true;
@@ -113,8 +111,8 @@ void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle) {
         axis_->advance(static_cast<std::int64_t>(cycle.lostBefore));
         deliverSilence(static_cast<std::int64_t>(cycle.lostBefore));
     }
-    const auto silence = axis_->silenceBeforeCycle(cycle.nanoseconds, cycle.frames,
-                                                   cycle.follows == TapFifo::Follows::directly);
+    const auto silence =
+        axis_->silenceBeforeCycle(cycle.nanoseconds, cycle.frames, cycle.follows == TapFifo::Follows::directly);
     if (silence > 0 && cycle.follows != TapFifo::Follows::afterPause) {
         troubles_.gaps.fetch_add(1, std::memory_order_relaxed);
         troubles_.gapFrames.fetch_add(static_cast<std::uint64_t>(silence), std::memory_order_relaxed);
@@ -158,8 +156,7 @@ void TapReceiver::reportTroubles() {
     const auto frames = fifo_.overrunFrames();
     troubles_.overruns.fetch_add(overruns - overrunsSeen_, std::memory_order_relaxed);
     troubles_.overrunFrames.fetch_add(frames - overrunFramesSeen_, std::memory_order_relaxed);
-    log_.warning("capture overrun: " + std::to_string(frames - overrunFramesSeen_) +
-                 " frames replaced by silence");
+    log_.warning("capture overrun: " + std::to_string(frames - overrunFramesSeen_) + " frames replaced by silence");
     overrunsSeen_ = overruns;
     overrunFramesSeen_ = frames;
 }
