@@ -27,7 +27,7 @@ namespace rewindle {
 ///            between two appends, while the device holds what arrives: neither loses a frame.
 /// Errors:    a start that fails is reported once and tried again every 3.0 s until it works or is stopped.
 /// Lifecycle: the destructor ends capture and waits for both queues. No callback and no completion is
-///            called after it.
+///            called after it, but for copies that were asked for before.
 class Rewindle {
 public:
     /// What the engine works with; all of it outlives the engine.
