@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <future>
 #include <numbers>
 #include <string>
 #include <thread>
@@ -121,7 +122,7 @@ int measure(double seconds) {
     const Process program("exec " REWINDLE_BINARY " --headless --duration 300 2>" + folder + "/log");
     const Process live("exec /proc/" + std::to_string(getpid()) + "/exe --live-engine 2>" + folder +
                        "/live-log");
-    const Process recorder("exec pw-record -P '{ stream.capture.sink=true }' --target out " + folder +
+    Process recorder("exec pw-record -P '{ stream.capture.sink=true }' --target out " + folder +
                            "/record.wav");
     Process player("exec pw-play " + folder + "/sine.wav");
     const auto running = [&] { return session.session("state", "out") == "running"; };
@@ -152,7 +153,7 @@ int measure(double seconds) {
            good;
 
     player.end();
-    const_cast<Process&>(recorder).end(); // it keeps the sink awake
+    recorder.end(); // it keeps the sink awake
     if (!support::eventually([&] { return session.session("state", "out") == "suspended"; })) {
         std::printf("the sink does not suspend\n");
         return 1;
@@ -183,7 +184,7 @@ int runLiveEngine() {
     mainQueue.sync([&] {
         engine.emplace(
             RecordingDuration::fiveMinutes, 0.0F,
-            Rewindle::Services{hardware, captureQueue, controlQueue, mainQueue, clock, memory, log});
+            Rewindle::Services{hardware, captureQueue, controlQueue, mainQueue, clock, memory, log, getpid()});
         engine->setLive(true);
         engine->start({});
     });

@@ -13,6 +13,7 @@ using namespace std::chrono_literals;
 // A copy of ten minutes holds the capture thread up for less than a second; twice that twice over is held.
 constexpr double kFifoSeconds = 4;
 constexpr std::size_t kLiveWakeFrames = 480;
+constexpr std::int64_t kIdleNanoseconds = 100'000'000; // longer than any cycle
 constexpr std::int64_t kStallNanoseconds = 2'000'000'000;
 
 } // namespace
@@ -32,7 +33,10 @@ TapReceiver::TapReceiver(Setup setup, PipeWireLoopQueue& captureQueue, const Clo
 void TapReceiver::start() {
     captureQueue_.sync([this] {
         signal_.emplace(captureQueue_, [this] { deliver(); });
-        timer_.emplace(captureQueue_, [this] { deliver(); });
+        timer_.emplace(captureQueue_, [this] {
+            timerDue_.reset();
+            deliver();
+        });
         startedAt_ = lastCycle_ = clock_.uptime().count();
         axis_.emplace(setup_.rate, startedAt_);
         wakeTarget_.store(&*signal_,
@@ -82,15 +86,12 @@ void TapReceiver::deliver() {
     if (!axis_) return;
     woken_.store(false, std::memory_order_release);
     const auto now = clock_.uptime().count();
-    bool idle = true;
-    while (const auto* cycle = fifo_.front()) {
-        idle = false;
-        deliverCycle(*cycle);
-    }
+    while (const auto* cycle = fifo_.front()) deliverCycle(*cycle);
+    const bool idle = now - lastCycle_ > kIdleNanoseconds;
     if (idle) deliverSilence(axis_->silenceWhileIdle(now));
     reportTroubles();
     checkStall(now);
-    setTimer(idle);
+    setTimer(std::chrono::nanoseconds(now), idle);
 }
 
 /// The first cycle after a link was made is empty: the other side has not run yet. Silence that short is no
@@ -173,10 +174,13 @@ void TapReceiver::checkStall(std::int64_t now) {
     handlers_.onStalled(hadCycles_);
 }
 
-void TapReceiver::setTimer(bool idle) {
+void TapReceiver::setTimer(std::chrono::nanoseconds now, bool idle) {
     const bool live = pace_.load(std::memory_order_relaxed) == DeliveryPace::live;
-    if (live) return timer_->set(idle ? 20ms : 150ms); // the audio thread wakes us while there is sound
-    timer_->set(idle ? 1000ms : 500ms);
+    // While there is sound to show, the audio thread wakes us, and the timer only watches for its end.
+    const auto due = now + (live ? (idle ? 20ms : 250ms) : (idle ? 1000ms : 500ms));
+    if (timerDue_ && *timerDue_ <= due) return; // soon enough; setting it anew each time costs more than the sound
+    timerDue_ = due;
+    timer_->set(due - now);
 }
 
 } // namespace rewindle

@@ -11,6 +11,7 @@
 #include "platform/pipewire/PipeWireLoopQueue.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <span>
@@ -84,7 +85,7 @@ private:
     void call(const float* left, const float* right, std::size_t frames);
     void reportTroubles();
     void checkStall(std::int64_t now);
-    void setTimer(bool idle);
+    void setTimer(std::chrono::nanoseconds now, bool idle);
 
     const Setup setup_;
     PipeWireLoopQueue& captureQueue_;
@@ -111,6 +112,7 @@ private:
     // Capture thread only
     std::optional<PipeWireLoopQueue::Signal> signal_;
     std::optional<PipeWireLoopQueue::Timer> timer_;
+    std::optional<std::chrono::nanoseconds> timerDue_; // uptime; none while it is not set
     std::optional<TapTimeAxis> axis_;
     SampleArray mixedLeft_;
     SampleArray mixedRight_;
