@@ -125,10 +125,10 @@ TEST(ThreadSerialQueueThreads, LosesNoWorkOfManyThreadsAndKeepsEachOnesOrder) {
     ThreadSerialQueue queue("many");
     {
         std::vector<std::jthread> threads;
-        for (std::size_t thread = 0; thread < ran.size(); ++thread) {
-            threads.emplace_back([&, thread] {
+        for (auto& mine : ran) {
+            threads.emplace_back([&queue, &mine] {
                 for (int i = 0; i < 500; ++i)
-                    queue.async([&, thread, i] { ran[thread].push_back(i); });
+                    queue.async([&mine, i] { mine.push_back(i); });
             });
         }
     }

@@ -80,7 +80,7 @@ protected:
     AudioRingBuffer& ring() { return *engine->ringBuffer().get(); }
     std::vector<float> left() { return values(ring().copyFrames(0, std::numeric_limits<std::int64_t>::max()).left); }
     /// A copy of everything held; its left samples appear in `copies` when it is done.
-    void copyAll(std::function<void()> duringCopy = {}) {
+    void copyAll(const std::function<void()>& duringCopy = {}) {
         engine->copyFrames(
             [duringCopy](const WaveformInfo& held) {
                 if (duringCopy) duringCopy();

@@ -180,7 +180,7 @@ TEST_F(RewindleTest, AllocatesNothingPerBufferInTheLongRun) {
         const auto before = ring().totalFramesWritten();
         for (int i = 0; i < 20; ++i)
             EXPECT_EQ(allocationsOfOneDelivery(), 0U);
-        EXPECT_GT(ring().totalFramesWritten(), before + 20 * 4096 - 1);
+        EXPECT_GT(ring().totalFramesWritten(), before + std::int64_t{20} * 4096 - 1);
     }
 }
 

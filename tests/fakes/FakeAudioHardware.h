@@ -161,7 +161,7 @@ public:
     }
     AudioResult<std::string> deviceDescription(AudioObjectID device) override {
         const auto uid = deviceUid(device);
-        if (!uid) return uid;
+        if (!uid) return uid.error();
         return "Device " + uid.value();
     }
     bool hasDataSource(AudioObjectID device) override {
