@@ -30,11 +30,12 @@ void expectSeam(const Sound& clip, const Sound& before, const Sound& after) {
     const auto rest = find(after.part(after.frames() - 24'000, 24'000), clip, seam);
     ASSERT_TRUE(rest);
     const std::size_t fadeIn = seam + 479;
-    const auto offset = *rest - (after.frames() - 24'000); // where the sound's first frame would be
+    // Where the sound's first frame would be, perhaps before the clip's.
+    const auto offset = static_cast<std::int64_t>(*rest) - static_cast<std::int64_t>(after.frames() - 24'000);
     for (std::size_t i = 0; i < 480; ++i) {
-        const auto in = fadeIn + i;
-        const float played = in < offset ? 0.0F : after.samples[2 * (in - offset)];
-        ASSERT_FLOAT_EQ(clip.samples[2 * in], played * (static_cast<float>(i + 1) / 480.0F)) << i;
+        const auto in = static_cast<std::int64_t>(fadeIn + i) - offset;
+        const float played = in < 0 ? 0.0F : after.samples[2 * static_cast<std::size_t>(in)];
+        ASSERT_FLOAT_EQ(clip.samples[2 * (fadeIn + i)], played * (static_cast<float>(i + 1) / 480.0F)) << i;
     }
 }
 
