@@ -38,9 +38,7 @@ constexpr int kWindows = 12;
 struct Usage {
     double cpuSeconds = 0;
     double switches = 0;
-    Usage operator-(const Usage& other) const {
-        return {cpuSeconds - other.cpuSeconds, switches - other.switches};
-    }
+    Usage operator-(const Usage& other) const { return {cpuSeconds - other.cpuSeconds, switches - other.switches}; }
 };
 
 double numberAfter(std::istream& file, const std::string& key) {
@@ -105,8 +103,7 @@ std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double sec
 support::Sound sine(double seconds) {
     support::Sound sound{std::vector<float>(2 * static_cast<std::size_t>(seconds * 48'000)), 48'000};
     for (std::size_t i = 0; i < sound.samples.size(); ++i) {
-        sound.samples[i] =
-            0.5F * static_cast<float>(std::sin(std::numbers::pi / 24 * static_cast<double>(i / 2)));
+        sound.samples[i] = 0.5F * static_cast<float>(std::sin(std::numbers::pi / 24 * static_cast<double>(i / 2)));
     }
     return sound;
 }
@@ -120,10 +117,8 @@ int measure(double seconds) {
     save(sine(seconds + 10), session.folder() / "sine.wav");
     const std::string folder = session.folder().string();
     const Process program("exec " REWINDLE_BINARY " --headless --duration 300 2>" + folder + "/log");
-    const Process live("exec /proc/" + std::to_string(getpid()) + "/exe --live-engine 2>" + folder +
-                       "/live-log");
-    Process recorder("exec pw-record -P '{ stream.capture.sink=true }' --target out " + folder +
-                           "/record.wav");
+    const Process live("exec /proc/" + std::to_string(getpid()) + "/exe --live-engine 2>" + folder + "/live-log");
+    Process recorder("exec pw-record -P '{ stream.capture.sink=true }' --target out " + folder + "/record.wav");
     Process player("exec pw-play " + folder + "/sine.wav");
     const auto running = [&] { return session.session("state", "out") == "running"; };
     if (!support::eventually(running)) return 1;
@@ -161,9 +156,9 @@ int measure(double seconds) {
     double idleCpu = 0;
     for (const auto& row : watch({program.pid()}, seconds / 3))
         idleCpu += row[0].cpuSeconds;
-    good = report("CPU while nothing plays, the sink suspended", 3 * idleCpu / busyCpu,
-                  "x while a sine plays", 1.0) &&
-           good;
+    good =
+        report("CPU while nothing plays, the sink suspended", 3 * idleCpu / busyCpu, "x while a sine plays", 1.0) &&
+        good;
     return good && session.session("state", "out") == "suspended" ? 0 : 1;
 }
 

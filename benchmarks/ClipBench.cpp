@@ -76,9 +76,8 @@ private:
 
 const Registration kClip({"clip", [] {
                               const auto files = std::make_shared<ClipFiles>();
-                              return std::vector<Row>{
-                                  {"writeClip, 300 s, to /dev/shm", "read/write copy of the file", 1.0,
-                                   [=] { files->writeOne(); }, [=] { files->copyOne(); }}};
+                              return std::vector<Row>{{"writeClip, 300 s, to /dev/shm", "read/write copy of the file",
+                                                       1.0, [=] { files->writeOne(); }, [=] { files->copyOne(); }}};
                           }});
 
 } // namespace

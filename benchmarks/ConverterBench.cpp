@@ -41,8 +41,8 @@ private:
 std::vector<Row> rows() {
     struct Setup {
         std::vector<float> left = std::vector<float>(kCallFrames), right = left;
-        std::unique_ptr<AudioBufferListConverter> own = AudioBufferListConverter::create(
-            {.sampleRate = kInputRate, .channelsPerFrame = 2, .bitsPerChannel = 32});
+        std::unique_ptr<AudioBufferListConverter> own =
+            AudioBufferListConverter::create({.sampleRate = kInputRate, .channelsPerFrame = 2, .bitsPerChannel = 32});
         SoxrStream soxr;
     };
     const auto setup = std::make_shared<Setup>();

@@ -91,10 +91,9 @@ std::vector<Row> appendRows() {
         AudioPCMBuffer buffer;
         buffer.frameLength = frames;
         buffer.channels = {full->left.data(), full->right.data()};
-        rows.push_back(
-            {"append of " + std::to_string(frames) + " frames, 300 s", "two memcpy into such a ring",
-             frames == 2048 ? 1.5 : 1.7, [full, buffer] { full->ring.append(buffer); },
-             [full, plain, frames] { plain->append(full->left.data(), full->right.data(), frames); }});
+        rows.push_back({"append of " + std::to_string(frames) + " frames, 300 s", "two memcpy into such a ring",
+                        frames == 2048 ? 1.5 : 1.7, [full, buffer] { full->ring.append(buffer); },
+                        [full, plain, frames] { plain->append(full->left.data(), full->right.data(), frames); }});
     }
     return rows;
 }
@@ -131,8 +130,7 @@ float linearRead(const std::vector<float>& values) {
             largest[k] = simd::max(some, largest[k]);
         }
     }
-    float result =
-        simd::hmax(simd::max(simd::max(largest[0], largest[1]), simd::max(largest[2], largest[3])));
+    float result = simd::hmax(simd::max(simd::max(largest[0], largest[1]), simd::max(largest[2], largest[3])));
     for (; i < values.size(); ++i)
         result = std::max(result, values[i]);
     return result;
@@ -140,8 +138,7 @@ float linearRead(const std::vector<float>& values) {
 
 std::vector<Row> readRows() {
     auto full = std::make_shared<FullRing>(600);
-    auto first =
-        std::make_shared<std::vector<float>>(noise(static_cast<std::size_t>(full->ring.bucketCount), 3));
+    auto first = std::make_shared<std::vector<float>>(noise(static_cast<std::size_t>(full->ring.bucketCount), 3));
     auto second = std::make_shared<std::vector<float>>(noise(first->size(), 4));
     std::vector<Row> rows{{"peak of 600 s", "linear read of the peaks", 2.0,
                            [full] {
@@ -161,8 +158,7 @@ std::vector<Row> readRows() {
         rows.push_back({std::to_string(count) + " columns of 600 s", "linear read of both arrays",
                         count == 802 ? 2.0 : 3.0,
                         [=] {
-                            full->ring.readSummaryColumns(count, *mins, *maxs, start, (end - start) / count,
-                                                          end);
+                            full->ring.readSummaryColumns(count, *mins, *maxs, start, (end - start) / count, end);
                             keep(mins->data());
                         },
                         [=] {

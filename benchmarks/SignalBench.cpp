@@ -23,9 +23,7 @@ struct Buffers {
             right[i] = 0.5F * left[i];
         }
     }
-    [[nodiscard]] AudioPCMBuffer view() {
-        return {.frameLength = kFrames, .channels = {left.data(), right.data()}};
-    }
+    [[nodiscard]] AudioPCMBuffer view() { return {.frameLength = kFrames, .channels = {left.data(), right.data()}}; }
     void copy() {
         std::memcpy(leftCopy.data(), left.data(), kFrames * sizeof(float));
         std::memcpy(rightCopy.data(), right.data(), kFrames * sizeof(float));
@@ -88,10 +86,10 @@ Row meterRow(const std::shared_ptr<Buffers>& buffers) {
             }};
 }
 
-const Registration kSignal(
-    {"signal", [] {
-         return std::vector{gainRow(std::make_shared<Buffers>()), meterRow(std::make_shared<Buffers>())};
-     }});
+const Registration
+    kSignal({"signal", [] {
+                 return std::vector{gainRow(std::make_shared<Buffers>()), meterRow(std::make_shared<Buffers>())};
+             }});
 
 } // namespace
 } // namespace rewindle::bench

@@ -15,14 +15,16 @@ std::vector<Group>& registered() {
 
 double secondsFor(const std::function<void()>& work, int repeats) {
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < repeats; ++i) work();
+    for (int i = 0; i < repeats; ++i)
+        work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 /// So many repeats that one measurement takes about 20 ms: long against the timer, short against the machine's moods.
 int repeatsFor(const std::function<void()>& work) {
     int repeats = 1;
-    while (repeats < 1 << 20 && secondsFor(work, repeats) < 0.02) repeats *= 2;
+    while (repeats < 1 << 20 && secondsFor(work, repeats) < 0.02)
+        repeats *= 2;
     return repeats;
 }
 
@@ -53,9 +55,15 @@ bool measure(const Row& row, int rounds) {
 
 } // namespace
 
-Registration::Registration(Group group) { registered().push_back(std::move(group)); }
-const std::vector<Group>& groups() { return registered(); }
-void keep(const void* result) { __asm__ volatile("" : : "g"(result) : "memory"); }
+Registration::Registration(Group group) {
+    registered().push_back(std::move(group));
+}
+const std::vector<Group>& groups() {
+    return registered();
+}
+void keep(const void* result) {
+    __asm__ volatile("" : : "g"(result) : "memory");
+}
 
 } // namespace rewindle::bench
 
@@ -66,7 +74,8 @@ int main(int argc, char** argv) {
     bool good = true;
     for (const Group& group : groups()) {
         if (argc > 1 && group.name != std::string_view(argv[1])) continue;
-        for (const Row& row : group.rows()) good = measure(row, kRounds) && good;
+        for (const Row& row : group.rows())
+            good = measure(row, kRounds) && good;
     }
     return good ? 0 : 1;
 }

@@ -180,7 +180,7 @@ void EngineCaptureControl::onOutputDeviceChanged() {
     deviceUid_ = uid;
     deviceDescription_.clear();
     if (uid.empty()) {
-        if (!onShutDown_) services_.log.info("Capture is interrupted: no output device.");
+        if (!onShutDown_) services_.log.info("Capture is interrupted.");
     } else {
         lastError_.clear();
         requestDeviceDescription(uid);

@@ -35,7 +35,7 @@ std::string deviceName(const CaptureStatus& status) {
 }
 
 std::string stateLine(const CaptureStatus& status) {
-    if (!status.running) return "Not capturing: no output device";
+    if (!status.running) return "Not capturing: waiting for an output";
     const auto frozen = status.frozen ? "Frozen, nothing new is kept; output: " : "Capturing ";
     return frozen + deviceName(status);
 }

@@ -15,8 +15,7 @@ constexpr std::int64_t kBatchBuckets = 128;
 std::int64_t checkedDuration(std::int64_t seconds) {
     constexpr auto kLongest = std::numeric_limits<std::int64_t>::max() / AudioRingBuffer::kFramesPerSecond;
     if (seconds >= 1 && seconds <= kLongest) return seconds;
-    std::fprintf(stderr, "AudioRingBuffer: a duration of %lld s is not possible\n",
-                 static_cast<long long>(seconds));
+    std::fprintf(stderr, "AudioRingBuffer: a duration of %lld s is not possible\n", static_cast<long long>(seconds));
     std::abort();
 }
 
@@ -26,8 +25,7 @@ std::int64_t checkedDuration(std::int64_t seconds) {
 /// readers.
 class AudioRingBuffer::SummaryBatch {
 public:
-    explicit SummaryBatch(const WaveformSummary& summary)
-        : state_(summary.state()), first_(state_.committedBuckets) {
+    explicit SummaryBatch(const WaveformSummary& summary) : state_(summary.state()), first_(state_.committedBuckets) {
         if (state_.bucketFill > 0) values_[0] = summary.bucket(first_);
     }
 
@@ -47,8 +45,7 @@ public:
 
     void store(WaveformSummary::Change& change, std::int64_t frames, std::int64_t capacity) {
         state_.totalFramesWritten += frames;
-        state_.oldestRetainedFrame =
-            std::max(state_.oldestRetainedFrame, state_.totalFramesWritten - capacity);
+        state_.oldestRetainedFrame = std::max(state_.oldestRetainedFrame, state_.totalFramesWritten - capacity);
         const std::int64_t used = completed() + (state_.bucketFill > 0 ? 1 : 0);
         change.store(first_, std::span(values_.data(), static_cast<std::size_t>(used)));
         change.store(state_);
@@ -88,18 +85,14 @@ AudioRingBuffer::AudioRingBuffer(std::int64_t seconds, AudioMemory& memory, cons
     recomputeSummary({state.oldestRetainedFrame, state.totalFramesWritten}, change);
 }
 
-void AudioRingBuffer::append(const AudioPCMBuffer& buffer) noexcept {
-    if (!buffer.isWorkingFormat()) return;
-    const std::lock_guard hold(lock_);
-    if (isFrozen_) return;
-    WaveformSummary::Change change(summary_);
-    for (std::int64_t done = 0; done < buffer.frameLength;) {
-        SummaryBatch batch(summary_);
-        const std::int64_t stored = storeFrames(buffer.channels[0] + done, buffer.channels[1] + done,
-                                                buffer.frameLength - done, batch);
-        batch.store(change, stored, capacityFrames);
-        done += stored;
-    }
+/// Takes the lock. If it has to wait, a copy in chunks, which would else take it again at once, lets it pass.
+std::unique_lock<std::mutex> AudioRingBuffer::lockToWrite() {
+    std::unique_lock hold(lock_, std::try_to_lock);
+    if (hold) return hold;
+    writerWaits_.store(true, std::memory_order_relaxed);
+    hold.lock();
+    writerWaits_.store(false, std::memory_order_relaxed);
+    return hold;
 }
 
 /// Stores frames until they or the batch's buckets run out; returns how many.
@@ -108,9 +101,9 @@ std::int64_t AudioRingBuffer::storeFrames(const float* left, const float* right,
     std::int64_t done = 0;
     while (done < frames && !batch.isFull()) {
         const std::int64_t run = std::min({frames - done, batch.room(), capacityFrames - writeIndex_});
-        batch.add(copyAndSummarise(left + done, right + done, run, left_.data() + writeIndex_,
-                                   right_.data() + writeIndex_),
-                  run);
+        batch.add(
+            copyAndSummarise(left + done, right + done, run, left_.data() + writeIndex_, right_.data() + writeIndex_),
+            run);
         writeIndex_ += run;
         if (writeIndex_ == capacityFrames) writeIndex_ = 0;
         done += run;
@@ -118,8 +111,22 @@ std::int64_t AudioRingBuffer::storeFrames(const float* left, const float* right,
     return done;
 }
 
+void AudioRingBuffer::append(const AudioPCMBuffer& buffer) noexcept {
+    if (!buffer.isWorkingFormat()) return;
+    const auto hold = lockToWrite();
+    if (isFrozen_) return;
+    WaveformSummary::Change change(summary_);
+    for (std::int64_t done = 0; done < buffer.frameLength;) {
+        SummaryBatch batch(summary_);
+        const std::int64_t stored =
+            storeFrames(buffer.channels[0] + done, buffer.channels[1] + done, buffer.frameLength - done, batch);
+        batch.store(change, stored, capacityFrames);
+        done += stored;
+    }
+}
+
 void AudioRingBuffer::fadeOutTail(std::int64_t frames) noexcept {
-    const std::lock_guard hold(lock_);
+    const auto hold = lockToWrite();
     const SummaryState state = summary_.state();
     const std::int64_t count = std::min(frames, state.totalFramesWritten - state.oldestRetainedFrame);
     if (count < 1) return;

@@ -8,6 +8,7 @@
 #include "platform/AudioMemory.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <span>
@@ -64,8 +65,7 @@ public:
     [[nodiscard]] StereoSamples copyFrames(std::int64_t start, std::int64_t end) const;
     /// The same, copied `chunkFrames` at a time with the buffer frozen meanwhile, so that no append waits for
     /// long.
-    [[nodiscard]] StereoSamples copyFramesInChunks(std::int64_t start, std::int64_t end,
-                                                   std::int64_t chunkFrames);
+    [[nodiscard]] StereoSamples copyFramesInChunks(std::int64_t start, std::int64_t end, std::int64_t chunkFrames);
     /// The same into storage that is there already; returns how many frames. Requires: both spans hold them
     /// all.
     std::int64_t copyFramesInChunks(std::int64_t start, std::int64_t end, std::int64_t chunkFrames,
@@ -75,9 +75,8 @@ public:
     /// Fills `count` columns of `framesPerColumn` frames from `startFrame` on, none beyond `endLimit`, with
     /// the minimum and maximum of the mono mix; NaN where nothing is held. The arrays grow to `count`, never
     /// shrink. Nothing is filled when `count` < 1 or `framesPerColumn` <= 0.
-    WaveformInfo readSummaryColumns(std::int64_t count, std::vector<float>& minOut,
-                                    std::vector<float>& maxOut, double startFrame, double framesPerColumn,
-                                    double endLimit) const;
+    WaveformInfo readSummaryColumns(std::int64_t count, std::vector<float>& minOut, std::vector<float>& maxOut,
+                                    double startFrame, double framesPerColumn, double endLimit) const;
 
 private:
     struct FrameRange {
@@ -100,10 +99,13 @@ private:
     void recomputeSummary(const FrameRange& range, WaveformSummary::Change& change);
     std::int64_t storeFrames(const float* left, const float* right, std::int64_t frames, SummaryBatch& batch);
 
-    // Takes the lock for each chunk
+    // These without it
+    [[nodiscard]] std::unique_lock<std::mutex> lockToWrite();
     void copyInChunks(const FrameRange& range, std::int64_t chunkFrames, float* left, float* right) const;
+    void letWriterPass() const;
 
-    mutable std::mutex lock_; // guards all that follows; only the summary's tryReadColumns does without
+    std::atomic<bool> writerWaits_ = false; // for the lock; set by the writer only
+    mutable std::mutex lock_;               // guards all that follows; only the summary's tryReadColumns does without
     AudioStorage left_;
     AudioStorage right_;
     std::int64_t writeIndex_ = 0; // the slot that receives the next frame

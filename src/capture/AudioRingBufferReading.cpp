@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <thread>
 
 namespace rewindle {
 namespace {
@@ -76,8 +77,7 @@ StereoSamples AudioRingBuffer::copyFrames(std::int64_t start, std::int64_t end) 
     return samples;
 }
 
-StereoSamples AudioRingBuffer::copyFramesInChunks(std::int64_t start, std::int64_t end,
-                                                  std::int64_t chunkFrames) {
+StereoSamples AudioRingBuffer::copyFramesInChunks(std::int64_t start, std::int64_t end, std::int64_t chunkFrames) {
     const CopyFreeze freeze(*this, start, end);
     const auto count = static_cast<std::size_t>(freeze.range().count());
     StereoSamples samples{SampleArray(count), SampleArray(count)};
@@ -85,9 +85,8 @@ StereoSamples AudioRingBuffer::copyFramesInChunks(std::int64_t start, std::int64
     return samples;
 }
 
-std::int64_t AudioRingBuffer::copyFramesInChunks(std::int64_t start, std::int64_t end,
-                                                 std::int64_t chunkFrames, std::span<float> left,
-                                                 std::span<float> right) {
+std::int64_t AudioRingBuffer::copyFramesInChunks(std::int64_t start, std::int64_t end, std::int64_t chunkFrames,
+                                                 std::span<float> left, std::span<float> right) {
     const CopyFreeze freeze(*this, start, end);
     const std::int64_t count = freeze.range().count();
     assert(left.size() >= static_cast<std::size_t>(count) && right.size() >= static_cast<std::size_t>(count));
@@ -101,9 +100,20 @@ void AudioRingBuffer::copyInChunks(const FrameRange& range, std::int64_t chunkFr
     for (std::int64_t done = 0; done < range.count();) {
         const std::int64_t count = std::min(chunk, range.count() - done);
         const std::int64_t first = range.first + done;
-        const std::lock_guard hold(lock_);
-        copyOut({first, first + count}, left + done, right + done);
+        {
+            const std::lock_guard hold(lock_);
+            copyOut({first, first + count}, left + done, right + done);
+        }
         done += count;
+        letWriterPass();
+    }
+}
+
+/// The mutex is not fair: whoever unlocks it and locks it again is faster than a thread that has to wake up first.
+void AudioRingBuffer::letWriterPass() const {
+    constexpr int kMostYields = 1000; // about as many microseconds; a writer that never comes must not end the copy
+    for (int i = 0; i < kMostYields && writerWaits_.load(std::memory_order_relaxed); ++i) {
+        std::this_thread::yield();
     }
 }
 

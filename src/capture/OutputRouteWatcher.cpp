@@ -43,7 +43,12 @@ void OutputRouteWatcher::detach() {
 
 void OutputRouteWatcher::refreshDataSourceListener() {
     const auto read = hardware_.defaultOutputDevice();
-    if (!read) return log_.info("[route] refreshDataSourceListener: failed to read default output device");
+    if (!read) {
+        // The devices that were known are gone, and what comes next may bear their numbers.
+        removeDataSourceListener();
+        dataSourceUnsupportedDeviceID_ = kNoAudioObject;
+        return log_.info("[route] refreshDataSourceListener: failed to read default output device");
+    }
     const auto device = read.value();
     const auto number = std::to_string(device);
     if (device == kNoAudioObject) {

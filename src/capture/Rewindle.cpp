@@ -193,6 +193,7 @@ CoreAudioTapCapture::Callbacks Rewindle::tapCallbacks(const RunLink& link) {
         });
     };
     result.onCaptureRestartSeam = [link] {
+        link.post([](State& state) { state.outputDeviceUid.set({}); }); // until a device is resolved again
         // The ring buffer belongs to the capture queue; waiting keeps the seam ahead of the next buffer.
         link.captureQueue.sync([&] {
             if (const auto chain = link.chain.lock()) chain->markSeam();

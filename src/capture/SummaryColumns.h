@@ -33,16 +33,14 @@ struct BucketRange {
 
 /// Which buckets can be read in `state`: the complete ones that are not overwritten yet, then the one being
 /// filled once it holds a frame.
-[[nodiscard]] inline BucketRange readableBuckets(const SummaryState& state,
-                                                 std::int64_t summaryBuckets) noexcept {
+[[nodiscard]] inline BucketRange readableBuckets(const SummaryState& state, std::int64_t summaryBuckets) noexcept {
     return {std::max<std::int64_t>(state.committedBuckets - summaryBuckets, 0),
             state.committedBuckets + (state.bucketFill > 0 ? 1 : 0)};
 }
 
 /// The readable buckets that column `i` touches.
 [[nodiscard]] inline BucketRange columnBuckets(const ColumnRequest& request, std::int64_t i,
-                                               const SummaryState& state,
-                                               const BucketRange& readable) noexcept {
+                                               const SummaryState& state, const BucketRange& readable) noexcept {
     const double columnStart = request.start + request.width * static_cast<double>(i);
     const double columnEnd = columnStart + request.width;
     // The bounds come first, so that whatever is asked for, both ends stay frame numbers.

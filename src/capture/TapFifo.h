@@ -60,7 +60,7 @@ public:
     [[nodiscard]] std::uint64_t overrunFrames() const noexcept { return lostFrames_.load(std::memory_order_relaxed); }
 
 private:
-    static constexpr std::size_t kCycles = 4096; // 5 s of the shortest cycles in use: 64 frames at 48 kHz
+    static constexpr std::size_t kCycles = 16'384; // 2.7 s of cycles of 64 frames at 384 kHz
 
     const std::size_t capacity_;
     std::vector<std::unique_ptr<float[]>> rings_;

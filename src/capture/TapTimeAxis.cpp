@@ -25,12 +25,12 @@ std::int64_t TapTimeAxis::silenceBeforeCycle(std::int64_t nanoseconds, std::uint
     if (gap > tolerance) {
         silence = take(gap);
         expected_ = begin;
-    } else if (!isContinuous) {
-        ahead_ += std::max(0.0, -gap);
+    } else if (gap < -static_cast<double>(kTolerance)) {
+        ahead_ -= gap; // what should be here has been filled already
         expected_ = begin;
-    } else {
+    } else if (isContinuous) {
         expected_ += kFollow * gap;
-    }
+    } // else a break too short to tell from jitter: it counts together with the next
     expected_ += frames * nanosecondsPerFrame_;
     return silence;
 }

@@ -78,8 +78,7 @@ WaveformSummary::WaveformSummary(std::int64_t summaryBuckets, AudioMemory& memor
 
 void WaveformSummary::beginStores() noexcept {
     summarySeq_.store(summarySeq_.load(kRelaxed) + 1, kRelaxed);
-    std::atomic_thread_fence(
-        std::memory_order_seq_cst); // no store of the change is seen before the odd number
+    std::atomic_thread_fence(std::memory_order_seq_cst); // no store of the change is seen before the odd number
 }
 
 float WaveformSummary::peak(BucketRange buckets) const noexcept {
@@ -91,11 +90,10 @@ float WaveformSummary::peak(BucketRange buckets) const noexcept {
     return peak;
 }
 
-WaveformInfo WaveformSummary::readColumns(const ColumnRequest& request, float* minOut,
-                                          float* maxOut) const noexcept {
+WaveformInfo WaveformSummary::readColumns(const ColumnRequest& request, float* minOut, float* maxOut) const noexcept {
     const SummaryState now = state();
-    fillColumns<extentOfLocked>({request, minOut, maxOut}, now, readableBuckets(now, summaryBuckets_),
-                                bucketCount_, bucketMin_.data(), bucketMax_.data());
+    fillColumns<extentOfLocked>({request, minOut, maxOut}, now, readableBuckets(now, summaryBuckets_), bucketCount_,
+                                bucketMin_.data(), bucketMax_.data());
     return infoOf(now);
 }
 
@@ -104,8 +102,8 @@ std::optional<WaveformInfo> WaveformSummary::tryReadColumns(const ColumnRequest&
     const std::uint64_t sequence = summarySeq_.load(std::memory_order_acquire);
     if (sequence % 2 != 0) return std::nullopt;
     const SummaryState now = state();
-    fillColumns<extentOfRacing>({request, minOut, maxOut}, now, readableBuckets(now, summaryBuckets_),
-                                bucketCount_, bucketMin_.data(), bucketMax_.data());
+    fillColumns<extentOfRacing>({request, minOut, maxOut}, now, readableBuckets(now, summaryBuckets_), bucketCount_,
+                                bucketMin_.data(), bucketMax_.data());
     std::atomic_thread_fence(std::memory_order_acquire); // every load above comes before the check
     if (summarySeq_.load(kRelaxed) != sequence) return std::nullopt;
     return infoOf(now);

@@ -53,8 +53,8 @@ public:
     };
 
     [[nodiscard]] SummaryState state() const noexcept {
-        return {committedBuckets_.load(kRelaxed), bucketFill_.load(kRelaxed),
-                totalFramesWritten_.load(kRelaxed), oldestRetainedFrame_.load(kRelaxed)};
+        return {committedBuckets_.load(kRelaxed), bucketFill_.load(kRelaxed), totalFramesWritten_.load(kRelaxed),
+                oldestRetainedFrame_.load(kRelaxed)};
     }
     [[nodiscard]] BucketValues bucket(std::int64_t bucket) const noexcept {
         const std::int64_t slot = slotOf(bucket);
@@ -95,8 +95,7 @@ private:
 
 // Inline, because an append of a few frames is short enough to feel each call.
 
-inline void WaveformSummary::Change::store(std::int64_t firstBucket,
-                                           std::span<const BucketValues> values) noexcept {
+inline void WaveformSummary::Change::store(std::int64_t firstBucket, std::span<const BucketValues> values) noexcept {
     open();
     std::int64_t slot = summary_.slotOf(firstBucket);
     for (const BucketValues& value : values) {

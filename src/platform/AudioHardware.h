@@ -60,9 +60,9 @@ enum class AudioProperty {
     tapInterrupted,      // of an aggregate device: its tap can no longer deliver what its format promised
 };
 
-/// What a started device has suffered since it was started. Frames are in the tap's rate.
+/// What capture has suffered, over all devices since the program began. Frames at 48,000 a second.
 struct CaptureTroubles {
-    std::uint64_t gaps = 0; // stretches without cycles that were filled with silence
+    std::uint64_t gaps = 0; // breaks in a running graph that were filled with silence
     std::uint64_t gapFrames = 0;
     std::uint64_t overruns = 0;      // bursts of frames lost because nobody drained the device in time
     std::uint64_t overrunFrames = 0; // filled with silence, too

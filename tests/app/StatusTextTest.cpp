@@ -40,7 +40,7 @@ TEST(StatusTextTest, FirstLineTellsTheStateAndTheLastTheError) {
     status = {};
     status.lastError = "Failed to start.";
     const auto text = statusText(status);
-    EXPECT_TRUE(text.starts_with("Not capturing: no output device\n")) << text;
+    EXPECT_TRUE(text.starts_with("Not capturing: waiting for an output\n")) << text;
     EXPECT_TRUE(text.ends_with("\nError    Failed to start.\n")) << text;
 }
 

@@ -52,8 +52,7 @@ public:
         const Position faded = std::min(count, total() - oldest_);
         if (faded < 1) return;
         for (Position i = 0; i < faded; ++i) {
-            const float gain =
-                faded == 1 ? 0 : static_cast<float>(faded - 1 - i) / static_cast<float>(faded - 1);
+            const float gain = faded == 1 ? 0 : static_cast<float>(faded - 1 - i) / static_cast<float>(faded - 1);
             Frame& frame = at(total() - faded + i);
             frame = {frame.left * gain, frame.right * gain};
         }
@@ -85,8 +84,7 @@ public:
         Extremes extremes;
         bool any = false;
         for (Position b = static_cast<Position>(low) / 128; b <= static_cast<Position>(high - 1) / 128; ++b) {
-            const auto seen =
-                firstSeen_.find(b); // a summary keeps what it saw, also when its frames are gone
+            const auto seen = firstSeen_.find(b); // a summary keeps what it saw, also when its frames are gone
             const Position from = seen == firstSeen_.end() ? b * 128 : seen->second;
             for (Position f = from; f < std::min(b * 128 + 128, total()); ++f, any = true) {
                 const float mid = (at(f).left + at(f).right) * 0.5F;
@@ -118,13 +116,10 @@ private:
 
 class AudioRingBufferModelTest : public testing::TestWithParam<unsigned> {
 protected:
-    Position between(Position low, Position high) {
-        return std::uniform_int_distribution(low, high)(random_);
-    }
+    Position between(Position low, Position high) { return std::uniform_int_distribution(low, high)(random_); }
     /// Mostly the sizes of real buffers and their neighbours, now and then one that is longer than the ring.
     Position someLength() {
-        constexpr Position kUsual[] = {1,   2,   3,   7,   63,  64,   65,   127, 128,
-                                       129, 255, 441, 480, 512, 1000, 2048, 4097};
+        constexpr Position kUsual[] = {1, 2, 3, 7, 63, 64, 65, 127, 128, 129, 255, 441, 480, 512, 1000, 2048, 4097};
         constexpr Position kLong[] = {16'383, 16'384, 16'385, 47'999, 48'000, 48'001, 100'003};
         return between(0, 9) > 0 ? kUsual[between(0, 16)] : kLong[between(0, 6)];
     }
@@ -211,17 +206,10 @@ TEST_P(AudioRingBufferModelTest, HoldsWhatAPlainModelHoldsAfterAnyHistory) {
         const Position start = somePosition();
         const Position end = start + between(0, 5) * someLength() - 5;
         switch (between(0, 3)) {
-        case 0:
-            ASSERT_NO_FATAL_FAILURE(checkCopy(start, end));
-            break;
-        case 1:
-            ASSERT_EQ(ring_->peakAmplitude(start, end), model_.peak(start, end));
-            break;
-        case 2:
-            ASSERT_NO_FATAL_FAILURE(checkColumns());
-            break;
-        default:
-            break;
+        case 0: ASSERT_NO_FATAL_FAILURE(checkCopy(start, end)); break;
+        case 1: ASSERT_EQ(ring_->peakAmplitude(start, end), model_.peak(start, end)); break;
+        case 2: ASSERT_NO_FATAL_FAILURE(checkColumns()); break;
+        default: break;
         }
     }
     ASSERT_NO_FATAL_FAILURE(checkCopy(0, model_.total()));

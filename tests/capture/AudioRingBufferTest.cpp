@@ -106,9 +106,8 @@ TEST_F(AudioRingBufferTest, AppendsAndFadesWithoutAllocating) {
 TEST_F(AudioRingBufferTest, CopiesNothingFromOutsideOfWhatIsHeld) {
     append(2 * kSecond + 100, 0.5F, 0.5F);
     ASSERT_EQ(ring.info(), (WaveformInfo{2 * kSecond + 100, kSecond + 100}));
-    const std::pair<std::int64_t, std::int64_t> ranges[] = {{0, kSecond + 100}, {2 * kSecond + 100, kEnd},
-                                                            {70'000, 70'000},   {70'001, 70'000},
-                                                            {-kEnd, 0},         {kEnd, -kEnd}};
+    const std::pair<std::int64_t, std::int64_t> ranges[] = {
+        {0, kSecond + 100}, {2 * kSecond + 100, kEnd}, {70'000, 70'000}, {70'001, 70'000}, {-kEnd, 0}, {kEnd, -kEnd}};
     for (const auto& [start, end] : ranges) {
         SCOPED_TRACE(testing::Message() << start << " to " << end);
         EXPECT_TRUE(ring.copyFrames(start, end).left.empty());

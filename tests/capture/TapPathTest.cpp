@@ -146,11 +146,25 @@ TEST(TapTimeAxis, PutsNoSilenceBeforeTheFirstCycleUnlessItIsLongInComing) {
     EXPECT_EQ(late.silenceBeforeCycle(kSecond, 480, false), 9600);
 }
 
+TEST(TapTimeAxis, AddsUpBreaksThatAreTooShortToTellFromJitter) {
+    TapTimeAxis axis(48'000, 0);
+    std::int64_t frames = axis.silenceBeforeCycle(0, 64, false) + 64;
+    std::int64_t time = 0;
+    for (int i = 0; i < 1'000; ++i) { // every second cycle of 64 frames is skipped
+        time += 2 * 64 * kSecond / 48'000;
+        frames += axis.silenceBeforeCycle(time, 64, false) + 64;
+    }
+    EXPECT_NEAR(static_cast<double>(frames), static_cast<double>(time) * 48e-6 + 64, 300);
+}
+
 TEST(TapTimeAxis, TakesBackWhatItFilledTooEarly) {
     TapTimeAxis axis(48'000, 0);
     EXPECT_EQ(axis.silenceWhileIdle(kSecond), 38'400);                               // up to 0.8 s
     EXPECT_EQ(axis.silenceBeforeCycle(kSecond / 2, 480, false), 0);                  // came late: its place was taken
     EXPECT_EQ(axis.silenceBeforeCycle(kSecond * 2, 480, false), 480 * 149 - 14'400); // 1.49 s, less 0.3 s
+    EXPECT_EQ(axis.silenceWhileIdle(3 * kSecond), 37'920);                           // up to 2.8 s
+    EXPECT_EQ(axis.silenceBeforeCycle(2 * kSecond + 10'000'000, 480, true), 0);      // and it was only late
+    EXPECT_EQ(axis.silenceBeforeCycle(4 * kSecond, 480, false), 480 * 198 - 37'920);
 }
 
 TEST(StereoMixdown, FollowsTheBroadcastCoefficients) {

@@ -154,19 +154,34 @@ TEST(Fidelity, FramesCountTimeThroughSuspendAndResume) {
     const PrivateSession session;
     session.addDefaultSink("out");
     const Recorder recorder(session);
-    using Seconds = std::chrono::duration<double>;
-    const auto begin = std::chrono::steady_clock::now();
-    const auto firstFrame = recorder.totalFrames();
-    for (unsigned i = 0; i < 2; ++i) {
-        play(session, noise(1.5, 40 + i));
+    // A reading of the count, and the moments between which it was taken.
+    struct Reading {
+        double from, seconds, to;
+    };
+    const auto now = [] {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    };
+    const auto read = [&] {
+        Reading reading{now(), 0, 0};
+        reading.seconds = static_cast<double>(recorder.totalFrames()) / 48'000;
+        reading.to = now();
+        return reading;
+    };
+    // While sound plays nothing of the axis is still to come, but for a cycle that is on its way.
+    const double cycle = 2048.0 / 48'000;
+    auto player = startPlaying(session, noise(3, 40));
+    ASSERT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
+    const auto first = read();
+    for (unsigned i = 0; i < 3; ++i) {
+        player.wait();
         ASSERT_TRUE(eventually([&] { return session.session("state", "out") == "suspended"; }));
+        player = startPlaying(session, noise(3, 41 + i));
+        ASSERT_TRUE(eventually([&] { return session.session("state", "out") == "running"; }));
     }
-    play(session, noise(1.5, 42)); // cycles run again: nothing of the axis is still to come
-    const auto frames = static_cast<double>(recorder.totalFrames() - firstFrame);
-    const double elapsed = Seconds(std::chrono::steady_clock::now() - begin).count();
-    ASSERT_GT(elapsed, 10);
-    // The two readings take a moment each, and a cycle is on its way at either end.
-    EXPECT_NEAR(frames / 48'000, elapsed, 0.15);
+    waitForCapture(recorder);
+    const auto last = read();
+    EXPECT_GT(last.seconds - first.seconds, last.from - first.to - cycle - 0.02);
+    EXPECT_LT(last.seconds - first.seconds, last.to - first.from + cycle + 0.02);
 }
 
 } // namespace

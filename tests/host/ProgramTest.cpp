@@ -109,6 +109,25 @@ TEST(Program, ExportsDurationChangesAndOverlappingCopiesLoseNoFrame) {
     EXPECT_EQ(recorder.status("overruns"), "0");
 }
 
+TEST(Program, AFreezeDuringAnExportTakesEffectAndHoldsAfterIt) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const Recorder recorder(session, "--duration 600");
+    const auto sound = noise(8, 5);
+    auto player = startPlaying(session, padded(sound));
+    ASSERT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
+    Process exporting("exec " REWINDLE_BINARY " export --all --folder " + session.folder().string() + " >/dev/null");
+    EXPECT_EQ(recorder.command("freeze").exitCode, 0);
+    EXPECT_EQ(exporting.wait(), 0);
+    const auto frozenAt = recorder.totalFrames();
+    const auto held = recorder.retained();
+    player.wait();
+    EXPECT_EQ(recorder.totalFrames(), frozenAt) << "the export ended the freeze";
+    EXPECT_EQ(recorder.retained().samples, held.samples);
+    EXPECT_EQ(recorder.command("unfreeze").exitCode, 0);
+    EXPECT_TRUE(eventually([&] { return recorder.totalFrames() > frozenAt; }));
+}
+
 TEST(Program, AnExportThatCannotBeWrittenSaysWhyAndLeavesNothingBehind) {
     const PrivateSession session;
     session.addDefaultSink("out");

@@ -60,7 +60,7 @@ CommandOutcome unexpectedAnswer() {
 } // namespace
 
 CommandOutcome DbusControlClient::run(const ControlCommand& command) const {
-    if (!bus_.isConnected()) return noInstance();
+    if (!bus_.isConnected()) return failure(ExitCode::noInstance, "no instance is running within reach: there is no session bus");
     return std::visit([this](const auto& specific) { return carryOut(specific); }, command);
 }
 
@@ -89,8 +89,12 @@ CommandOutcome DbusControlClient::carryOut(const ExportCommand& command) const {
         std::error_code error;
         const auto absolute = std::filesystem::absolute(command.folder, error);
         if (error) return failure(ExitCode::failed, "the working folder cannot be found: " + error.message());
-        folder = QString::fromStdString(absolute.native());
-        if (folder.toStdString() != absolute.native()) {
+        std::filesystem::path clean; // without "."; ".." stays, because a link may stand before it
+        for (const auto& part : absolute) {
+            if (part != ".") clean /= part;
+        }
+        folder = QString::fromStdString(clean.native());
+        if (folder.toStdString() != clean.native()) {
             return failure(ExitCode::failed, "the folder's name is not valid UTF-8");
         }
     }

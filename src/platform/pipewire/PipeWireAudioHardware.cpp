@@ -59,10 +59,11 @@ AudioResult<AudioObjectID> PipeWireAudioHardware::createProcessTap(const Process
         assert(devices_.empty());
         routes_.clear(); // made on the connection that is gone
         passive_ = true; // it may be another server
+        observedRate_.reset();
         if (const int failure = connection_->connect(); failure < 0) return failure;
     }
     const auto id = nextObject_++;
-    taps_[id] = {description, connection_->graph().nominalRate()};
+    taps_[id] = {description, observedRate_.value_or(connection_->graph().nominalRate())};
     return id;
 }
 
@@ -197,8 +198,13 @@ std::unique_ptr<TapReceiver> PipeWireAudioHardware::makeReceiver(AudioObjectID i
         setup.channelPositions.push_back(port.channel);
     // The capture thread reports; this object, with its queues, outlives every receiver.
     TapReceiver::Handlers handlers{
-        .onFormatChanged = [this,
-                            id] { controlQueue_.async([this, id] { notify(id, AudioProperty::tapInterrupted); }); },
+        .onFormatChanged =
+            [this, id](double rate) {
+                controlQueue_.async([this, id, rate] {
+                    observedRate_ = rate;
+                    notify(id, AudioProperty::tapInterrupted);
+                });
+            },
         .onStalled =
             [this, id](bool hadCycles) {
                 controlQueue_.async([this, id, hadCycles] {
@@ -265,6 +271,7 @@ CaptureTroubles PipeWireAudioHardware::troubles() const {
 
 void PipeWireAudioHardware::handleRateChange() {
     // A running graph shows its new rate by its cycles; a sleeping one would lose the first of them.
+    observedRate_.reset();
     for (const auto& [id, device] : devices_) {
         if (device.rate != connection_->graph().nominalRate()) notify(id, AudioProperty::tapInterrupted);
     }
@@ -274,6 +281,7 @@ void PipeWireAudioHardware::handleRateChange() {
 
 AudioHardware::ListenerID PipeWireAudioHardware::addListener(AudioObjectID object, AudioProperty property,
                                                              Listener listener) {
+    if (property == AudioProperty::outputDataSource) route(object); // it tells of changes from when it is known
     const auto id = nextId_++;
     listeners_[id] = {object, property, std::move(listener)};
     return id;

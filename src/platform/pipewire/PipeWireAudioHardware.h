@@ -102,7 +102,8 @@ private:
     std::map<ListenerID, ListenerEntry> listeners_;
     AudioObjectID nextObject_ = 0x10000; // apart from the server's own numbers, which start at 0
     std::uint32_t nextId_ = 1;
-    bool passive_ = true; // until a running sink leaves a passive tap without cycles
+    std::optional<double> observedRate_; // at which cycles came, where the server's settings say otherwise
+    bool passive_ = true;                // until a running sink leaves a passive tap without cycles
 
     // Capture queue only
     std::map<AudioObjectID, TapReceiver*> receivers_;

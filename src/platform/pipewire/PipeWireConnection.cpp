@@ -43,6 +43,7 @@ struct PipeWireConnection::Session {
     std::array<int, 3> version{};
     int doneSequence = -1;
     bool lost = false;
+    bool ready = false; // the first picture is complete; from then on changes are told
 
     Session(PipeWireConnection& connection, pw_core* newCore) : owner(connection), core(newCore) {
         static const pw_core_events coreEvents = [] {
@@ -110,7 +111,7 @@ struct PipeWireConnection::Session {
     }
 
     void tell(PipeWireGraph::Change change) {
-        if (change == PipeWireGraph::Change::sinks) owner.handlers_.onSinksChanged();
+        if (ready && change == PipeWireGraph::Change::sinks) owner.handlers_.onSinksChanged();
     }
 
     void bindMetadata(std::uint32_t id, const char* name) {
@@ -137,7 +138,7 @@ struct PipeWireConnection::Session {
     }
 
     void setMetadata(const std::string& name, const char* key, const char* value) {
-        if (!graph.setMetadata(name, key, value)) return;
+        if (!graph.setMetadata(name, key, value) || !ready) return;
         if (name == "default") {
             owner.handlers_.onDefaultSinkChanged();
         } else {
@@ -162,7 +163,8 @@ int PipeWireConnection::connect() {
     if (!core) return -errno;
     session_ = std::make_unique<Session>(*this, core);
     // The first answer brings the globals, the second what the metadata among them hold.
-    if (roundTrip() && roundTrip()) return 0;
+    session_->ready = roundTrip() && roundTrip();
+    if (session_->ready) return 0;
     session_->lost = true;
     return -ETIMEDOUT;
 }

@@ -146,6 +146,7 @@ void TapNode::interrupt(const std::string& why) {
 }
 
 void TapNode::process(const spa_io_position* position) noexcept {
+    if (!position) return;
     const auto& clock = position->clock;
     const auto frames = static_cast<std::uint32_t>(clock.duration);
     for (std::size_t i = 0; i < filterPorts_.size(); ++i) {

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 // A copy of ten minutes holds the capture thread up for less than a second; twice that twice over is held.
 constexpr double kFifoSeconds = 4;
 constexpr std::size_t kLiveWakeFrames = 480;
-constexpr std::int64_t kIdleNanoseconds = 100'000'000; // longer than any cycle
+constexpr std::int64_t kIdleNanoseconds = 100'000'000; // longer than cycles are, but for the very longest
 constexpr std::int64_t kStallNanoseconds = 2'000'000'000;
 
 } // namespace
@@ -62,8 +62,9 @@ void TapReceiver::setSinkRunning(bool running) {
 
 void TapReceiver::receive(const CycleTime& time, std::span<const float* const> channels) noexcept {
     if (muted_.load(std::memory_order_relaxed)) return;
+    if (time.frames == 0) return;
     if (time.rate != setup_.rate) {
-        if (!formatChanged_.exchange(true, std::memory_order_relaxed)) wake();
+        if (otherRate_.exchange(time.rate, std::memory_order_relaxed) == 0) wake();
         return;
     }
     auto follows = time.position == nextPosition_ ? TapFifo::Follows::directly : TapFifo::Follows::afterBreak;
@@ -84,11 +85,14 @@ void TapReceiver::wake() noexcept {
 
 void TapReceiver::deliver() {
     if (!axis_) return;
-    woken_.store(false, std::memory_order_release);
+    woken_.exchange(false, std::memory_order_acq_rel); // a store could pass the look into the FIFO that follows
     const auto now = clock_.uptime().count();
-    while (const auto* cycle = fifo_.front()) deliverCycle(*cycle);
+    while (const auto* cycle = fifo_.front())
+        deliverCycle(*cycle);
     const bool idle = now - lastCycle_ > kIdleNanoseconds;
-    if (idle) deliverSilence(axis_->silenceWhileIdle(now));
+    // While the sink runs, the next cycle is late rather than missing: nothing may part it from the last.
+    const bool late = hadCycles_ && sinkRunningSince_.load(std::memory_order_relaxed) != 0;
+    if (idle) deliverSilence(axis_->silenceWhileIdle(late ? now - TapTimeAxis::kStallTolerance : now));
     reportTroubles();
     checkStall(now);
     setTimer(std::chrono::nanoseconds(now), idle);
@@ -116,7 +120,7 @@ void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle) {
         axis_->silenceBeforeCycle(cycle.nanoseconds, cycle.frames, cycle.follows == TapFifo::Follows::directly);
     if (silence > 0 && cycle.follows != TapFifo::Follows::afterPause) {
         troubles_.gaps.fetch_add(1, std::memory_order_relaxed);
-        troubles_.gapFrames.fetch_add(static_cast<std::uint64_t>(silence), std::memory_order_relaxed);
+        troubles_.gapFrames.fetch_add(atTargetRate(static_cast<std::uint64_t>(silence)), std::memory_order_relaxed);
     }
     deliverSilence(silence);
     lastCycle_ = cycle.nanoseconds;
@@ -151,12 +155,16 @@ void TapReceiver::call(const float* left, const float* right, std::size_t frames
     proc_(buffers);
 }
 
+std::uint64_t TapReceiver::atTargetRate(std::uint64_t frames) const {
+    return static_cast<std::uint64_t>(static_cast<double>(frames) * 48'000 / setup_.rate);
+}
+
 void TapReceiver::reportTroubles() {
     const auto overruns = fifo_.overruns();
     if (overruns == overrunsSeen_) return;
     const auto frames = fifo_.overrunFrames();
     troubles_.overruns.fetch_add(overruns - overrunsSeen_, std::memory_order_relaxed);
-    troubles_.overrunFrames.fetch_add(frames - overrunFramesSeen_, std::memory_order_relaxed);
+    troubles_.overrunFrames.fetch_add(atTargetRate(frames - overrunFramesSeen_), std::memory_order_relaxed);
     log_.warning("capture overrun: " + std::to_string(frames - overrunFramesSeen_) + " frames replaced by silence");
     overrunsSeen_ = overruns;
     overrunFramesSeen_ = frames;
@@ -164,9 +172,9 @@ void TapReceiver::reportTroubles() {
 
 void TapReceiver::checkStall(std::int64_t now) {
     if (reported_) return;
-    if (formatChanged_.load(std::memory_order_relaxed)) {
+    if (const double rate = otherRate_.load(std::memory_order_relaxed); rate != 0) {
         reported_ = true;
-        return handlers_.onFormatChanged();
+        return handlers_.onFormatChanged(rate);
     }
     const auto runningSince = sinkRunningSince_.load(std::memory_order_relaxed);
     if (runningSince == 0 || now - std::max(runningSince, lastCycle_) < kStallNanoseconds) return;

@@ -43,7 +43,7 @@ public:
     };
     /// Called on the capture thread, at most once per receiver.
     struct Handlers {
-        std::function<void()> onFormatChanged;
+        std::function<void(double rate)> onFormatChanged;
         std::function<void(bool hadCycles)> onStalled; // the sink runs, but no cycle has come for 2 s
     };
 
@@ -83,6 +83,7 @@ private:
     void deliverSilence(std::int64_t frames);
     void deliverPiece(std::size_t frames);
     void call(const float* left, const float* right, std::size_t frames);
+    [[nodiscard]] std::uint64_t atTargetRate(std::uint64_t frames) const;
     void reportTroubles();
     void checkStall(std::int64_t now);
     void setTimer(std::chrono::nanoseconds now, bool idle);
@@ -104,8 +105,8 @@ private:
     // Between threads, each a value on its own
     std::atomic<bool> muted_{false};
     std::atomic<bool> paused_{true};
-    std::atomic<bool> formatChanged_{false};
-    std::atomic<bool> woken_{false}; // saves the audio thread a system call while a wake-up is on its way
+    std::atomic<double> otherRate_{0}; // that cycles have come at, other than the setup's; 0: none has
+    std::atomic<bool> woken_{false};   // saves the audio thread a system call while a wake-up is on its way
     std::atomic<PipeWireLoopQueue::Signal*> wakeTarget_{nullptr}; // &*signal_ while there is one
     std::atomic<std::int64_t> sinkRunningSince_{0};               // monotonic nanoseconds; 0: it does not run
 
