@@ -109,9 +109,9 @@ TEST_F(AudioRingBufferThreads, ShowNoColumnThatMixesTwoMoments) {
     // The empty columns in front leave the writer time to overwrite the oldest buckets before they are read.
     const auto oldest = [&] { checkColumns(1'000 + 6, ring.oldestRetainedFrame() / 128 - 1'000); };
     const auto all = [&] { checkColumns(1'000 + 380, ring.oldestRetainedFrame() / 128 - 1'000); };
-    std::jthread newestReader([&] { readTimes(20'000, newest); });
-    std::jthread oldestReader([&] { readTimes(10'000, oldest); });
-    std::jthread allReader([&] { readTimes(10'000, all); });
+    std::jthread newestReader([&] { readTimes(10'000, newest); });
+    std::jthread oldestReader([&] { readTimes(5'000, oldest); });
+    std::jthread allReader([&] { readTimes(5'000, all); });
 }
 
 TEST_F(AudioRingBufferThreads, CopyAndMeasureWholeMomentsWhileAudioComesIn) {
@@ -172,7 +172,7 @@ TEST_F(AudioRingBufferThreads, SeeAFadeWholeOrNotAtAll) {
             std::this_thread::yield();
         }
     });
-    const auto read = [&] { readTimes(1'500, checkFade); };
+    const auto read = [&] { readTimes(1'000, checkFade); };
     const std::jthread readers[] = {std::jthread(read), std::jthread(read), std::jthread(read)};
 }
 
