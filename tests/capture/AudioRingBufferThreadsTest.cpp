@@ -110,8 +110,8 @@ TEST_F(AudioRingBufferThreads, ShowNoColumnThatMixesTwoMoments) {
     const auto oldest = [&] { checkColumns(1'000 + 6, ring.oldestRetainedFrame() / 128 - 1'000); };
     const auto all = [&] { checkColumns(1'000 + 380, ring.oldestRetainedFrame() / 128 - 1'000); };
     std::jthread newestReader([&] { readTimes(10'000, newest); });
-    std::jthread oldestReader([&] { readTimes(5'000, oldest); });
-    std::jthread allReader([&] { readTimes(5'000, all); });
+    std::jthread oldestReader([&] { readTimes(15'000, oldest); });
+    std::jthread allReader([&] { readTimes(15'000, all); });
 }
 
 TEST_F(AudioRingBufferThreads, CopyAndMeasureWholeMomentsWhileAudioComesIn) {
