@@ -54,6 +54,7 @@ TEST(Route, SwitchingTheDefaultSinkWhileSoundPlaysLeavesOneSoftSeam) {
     auto other = startPlaying(session, padded(onSecond), kStays + "second");
     ASSERT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
     ASSERT_TRUE(eventually([&] { return session.session("state", "second") == "running"; }));
+    waitForCapture(recorder);
     const auto before = recorder.retained();
     const auto framesBefore = recorder.totalFrames();
     session.session("default-sink", "second");
@@ -86,6 +87,7 @@ TEST(Route, CaptureMovesOnWhenTheActiveSinkIsUnpluggedAndIgnoresOtherSinks) {
     ASSERT_TRUE(eventually([&] { return session.session("state", "second") == "running"; }));
     ASSERT_TRUE(eventually([&] { return recorder.logCount("nothing relevant moved; not restarting.") > 0; }));
     EXPECT_EQ(recorder.logCount("restarting capture"), 0);
+    waitForCapture(recorder);
     const auto before = recorder.retained();
     const auto framesBefore = recorder.totalFrames();
     session.session("remove", "first");

@@ -60,7 +60,8 @@ CommandOutcome unexpectedAnswer() {
 } // namespace
 
 CommandOutcome DbusControlClient::run(const ControlCommand& command) const {
-    if (!bus_.isConnected()) return failure(ExitCode::noInstance, "no instance is running within reach: there is no session bus");
+    if (!bus_.isConnected())
+        return failure(ExitCode::noInstance, "no instance is running within reach: there is no session bus");
     return std::visit([this](const auto& specific) { return carryOut(specific); }, command);
 }
 

@@ -136,7 +136,9 @@ void TapNode::linkAdded(PipeWireGraph::ID id) {
 
 void TapNode::objectRemoved(PipeWireGraph::ID object) {
     if (object == setup_.sink) receiver_.setSinkRunning(false);
-    if (links_.erase(object)) interrupt("a link of the tap was removed");
+    if (!links_.erase(object)) return;
+    receiver_.mute(); // what is still to come is not the output's, and would stand between it and its fade-out
+    interrupt("a link of the tap was removed");
 }
 
 void TapNode::interrupt(const std::string& why) {
@@ -149,9 +151,12 @@ void TapNode::process(const spa_io_position* position) noexcept {
     if (!position) return;
     const auto& clock = position->clock;
     const auto frames = static_cast<std::uint32_t>(clock.duration);
+    bool hasData = false;
     for (std::size_t i = 0; i < filterPorts_.size(); ++i) {
         cycleData_[i] = static_cast<const float*>(pw_filter_get_dsp_buffer(filterPorts_[i], frames));
+        hasData = hasData || cycleData_[i];
     }
+    if (!hasData) return; // nothing is linked to us: such a cycle is not silence of the output
     const double rate = clock.rate.num ? static_cast<double>(clock.rate.denom) / clock.rate.num : 0;
     receiver_.receive({static_cast<std::int64_t>(clock.nsec), clock.position, frames, rate}, cycleData_);
 }

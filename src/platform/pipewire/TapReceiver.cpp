@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 namespace rewindle {
 namespace {
@@ -12,6 +13,7 @@ using namespace std::chrono_literals;
 
 // A copy of ten minutes holds the capture thread up for less than a second; twice that twice over is held.
 constexpr double kFifoSeconds = 4;
+constexpr double kLongestEmptyEnd = 0.1; // seconds; longer silence at the end was really there
 constexpr std::size_t kLiveWakeFrames = 480;
 constexpr std::int64_t kIdleNanoseconds = 100'000'000; // longer than cycles are, but for the very longest
 constexpr std::int64_t kStallNanoseconds = 2'000'000'000;
@@ -48,7 +50,9 @@ void TapReceiver::start() {
 void TapReceiver::finish() {
     captureQueue_.sync([this] {
         if (!axis_) return;
+        ending_ = true;
         deliver();
+        if (static_cast<double>(heldBack_) > setup_.rate * kLongestEmptyEnd) deliverSilence(heldBack_);
         axis_.reset();
         wakeTarget_.store(nullptr, std::memory_order_relaxed);
         timer_.reset();
@@ -92,26 +96,41 @@ void TapReceiver::deliver() {
     const bool idle = now - lastCycle_ > kIdleNanoseconds;
     // While the sink runs, the next cycle is late rather than missing: nothing may part it from the last.
     const bool late = hadCycles_ && sinkRunningSince_.load(std::memory_order_relaxed) != 0;
-    if (idle) deliverSilence(axis_->silenceWhileIdle(late ? now - TapTimeAxis::kStallTolerance : now));
+    // Once the tap is interrupted a restart is due, whose gap is not filled.
+    const bool interrupted = reported_ || muted_.load(std::memory_order_relaxed);
+    if (idle && !interrupted)
+        deliverSilence(axis_->silenceWhileIdle(late ? now - TapTimeAxis::kStallTolerance : now));
     reportTroubles();
     checkStall(now);
     setTimer(std::chrono::nanoseconds(now), idle);
 }
 
-/// The first cycle after a link was made is empty: the other side has not run yet. Silence that short is no
-/// silence of the recording, and must not use up the fade-in of what follows.
-bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle) const {
-    if (hadCycles_ || cycle.nanoseconds - startedAt_ > TapTimeAxis::kIdleMargin) return false;
+bool TapReceiver::isSilent(const TapFifo::Cycle& cycle) const {
+    const auto isZero = [](float sample) { return sample == 0; };
     for (std::size_t channel = 0; channel < fifo_.channels(); ++channel) {
-        const float* samples = fifo_.data(channel); // a first cycle does not wrap
-        if (std::any_of(samples, samples + fifo_.contiguousFrames(), [](float sample) { return sample != 0; }))
-            return false;
+        const float* samples = fifo_.data(channel);
+        if (!std::all_of(samples, samples + fifo_.contiguousFrames(), isZero)) return false;
     }
+    return fifo_.contiguousFrames() == cycle.frames; // one that wraps counts as sound: it costs nothing
+}
+
+/// The first cycle after a link was made is empty, because the other side has not run yet. Silence that short is none
+/// of the recording's, and must not use up the fade-in of what follows.
+bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle) const {
+    return !hadCycles_ && cycle.nanoseconds - startedAt_ <= TapTimeAxis::kIdleMargin && isSilent(cycle);
+}
+
+/// So is the last cycle before an output goes. It must not stand between the sound and its fade-out, so it is held
+/// back until it is clear whether sound follows.
+bool TapReceiver::mayBelongToEnd(const TapFifo::Cycle& cycle) {
+    if (!ending_ || !isSilent(cycle)) return false;
+    heldBack_ += cycle.frames;
     return true;
 }
 
 void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle) {
-    if (belongsToStart(cycle)) return fifo_.consume(cycle.frames);
+    if (belongsToStart(cycle) || mayBelongToEnd(cycle)) return fifo_.consume(cycle.frames);
+    deliverSilence(std::exchange(heldBack_, 0));
     if (cycle.lostBefore > 0) {
         axis_->advance(static_cast<std::int64_t>(cycle.lostBefore));
         deliverSilence(static_cast<std::int64_t>(cycle.lostBefore));

@@ -79,7 +79,9 @@ public:
 private:
     void wake() noexcept REWINDLE_NONBLOCKING;
     void deliverCycle(const TapFifo::Cycle& cycle);
+    [[nodiscard]] bool isSilent(const TapFifo::Cycle& cycle) const; // requires: `cycle` is at the front
     [[nodiscard]] bool belongsToStart(const TapFifo::Cycle& cycle) const;
+    [[nodiscard]] bool mayBelongToEnd(const TapFifo::Cycle& cycle);
     void deliverSilence(std::int64_t frames);
     void deliverPiece(std::size_t frames);
     void call(const float* left, const float* right, std::size_t frames);
@@ -122,6 +124,8 @@ private:
     std::int64_t startedAt_ = 0; // monotonic nanoseconds
     std::int64_t lastCycle_ = 0; // the same; when it was started before the first
     bool hadCycles_ = false;
+    bool ending_ = false;
+    std::int64_t heldBack_ = 0; // frames of silence that came last, while ending
     bool reported_ = false;
     std::uint64_t overrunsSeen_ = 0;
     std::uint64_t overrunFramesSeen_ = 0;
