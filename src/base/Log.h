@@ -37,8 +37,8 @@ private:
     std::string category_;
 };
 
-/// Writes to standard error in journald's priority form, "<6>[com.rewindle:Category] message"; one write a
-/// line. Threads: any.
+/// Writes to standard error in journald's priority form, "<6>[com.rewindle:Category] message"; one write a line.
+/// Threads: any.
 class StderrLogSink final : public LogSink {
 public:
     /// `environmentLevel` is the value of REWINDLE_LOG, or null: "debug" lets debug messages through.

@@ -11,17 +11,15 @@
 
 namespace rewindle {
 
-/// Turns the buffers of an I/O cycle into the working format: stereo float32 at 48,000 frames per second, one
-/// array per channel.
+/// Turns the buffers of an I/O cycle into the working format: stereo float32 at 48,000 frames per second, one array
+/// per channel.
 ///
-/// Shape:     the tap's channels are the last ones of the list, because a device may deliver other input
-/// streams
+/// Shape:     the tap's channels are the last ones of the list, because a device may deliver other input streams
 ///            ahead of them. One channel feeds both sides; of several the first two are taken.
 /// Threads:   the capture queue.
 /// Real time: allocates only when an input is larger than all before it; blocks on nothing.
 /// Errors:    an input that is empty or does not hold what the tap's format promises yields nothing.
-/// Lifecycle: one per capture start, for the format that the tap reports then. At a tap rate other than
-/// 48,000 the
+/// Lifecycle: one per capture start, for the format that the tap reports then. At a tap rate other than 48,000 the
 ///            output is late by a constant: see `delayFrames`.
 class AudioBufferListConverter {
 public:

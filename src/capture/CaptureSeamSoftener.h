@@ -8,14 +8,13 @@
 
 namespace rewindle {
 
-/// Applies the capture gain to the captured audio, glides to a new gain instead of jumping, and fades the
-/// audio in again after a restart of capture, so that neither clicks.
+/// Applies the capture gain to the captured audio, glides to a new gain instead of jumping, and fades the audio in
+/// again after a restart of capture, so that neither clicks.
 ///
 /// Shape:     buffers in the working format, changed in place; others are left alone.
 /// Units:     gain in dB, limited to the range of the trim; fades in frames.
 /// Threads:   any. A call holds the lock from end to end, so a change lands between two buffers.
-/// Real time: `process` allocates nothing and blocks on one short lock. With a gain of 0 dB and nothing to
-/// fade it
+/// Real time: `process` allocates nothing and blocks on one short lock. With a gain of 0 dB and nothing to fade it
 ///            touches no sample.
 class CaptureSeamSoftener {
 public:

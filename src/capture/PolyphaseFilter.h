@@ -9,11 +9,10 @@ namespace rewindle {
 
 /// The low-pass filter for a change of sample rate by a fixed ratio, cut into one row of taps per phase.
 ///
-/// Shape:   output frame n lies `n * inputStep / outputStep` input frames after the first one. That is a
-/// whole
-///          input frame and a phase, a fraction over `outputStep`; each phase has a row of `tapCount()` taps.
-/// Units:   the band ends below half of the lower of the two rates. Up to 0.907 of that the gain is 1 within
-///          0.00001 dB; from there on it falls to -135 dB at that half.
+/// Shape:   output frame n lies `n * inputStep / outputStep` input frames after the first one. That is a whole input
+///          frame and a phase, a fraction over `outputStep`; each phase has a row of `tapCount()` taps.
+/// Units:   the band ends below half of the lower of the two rates. Up to 0.907 of that the gain is 1 within 0.00001
+///          dB; from there on it falls to -135 dB at that half.
 /// Threads: immutable after construction, but for `row`, which one thread may call at a time.
 class PolyphaseFilter {
 public:

@@ -13,11 +13,12 @@ namespace rewindle {
 
 /// Carries I/O cycles from the audio thread to the capture thread.
 ///
-/// Shape:     float32, one ring per channel; a small ring of cycle records says where each cycle begins and
-/// when it was. Units:     every count is in frames. Threads:   one writer and one reader. Construct before
-/// both start, destroy after both end. Real time: everything but the constructor is wait-free and
-/// allocation-free. Errors:    a cycle that does not fit is lost whole; the next one that fits says how many
-/// frames went before it.
+/// Shape:     float32, one ring per channel; a small ring of cycle records says where each cycle begins and when it
+///            was.
+/// Units:     every count is in frames.
+/// Threads:   one writer and one reader. Construct before both start, destroy after both end.
+/// Real time: everything but the constructor is wait-free and allocation-free.
+/// Errors:    a cycle that does not fit is lost whole; the next one that fits says how many frames went before it.
 class TapFifo {
 public:
     /// How a cycle relates to the one before it, by the sound server's own count.

@@ -18,15 +18,13 @@ struct MeterLevels {
     std::array<float, 2> holdDb{};
 };
 
-/// Turns the captured audio into two readings per channel: a level that jumps up and falls back smoothly, and
-/// the loudest recent value, held for a while before it falls.
+/// Turns the captured audio into two readings per channel: a level that jumps up and falls back smoothly, and the
+/// loudest recent value, held for a while before it falls.
 ///
 /// Units:     dB relative to full scale; seconds.
-/// Threads:   `ingest` on one thread (the capture queue), `advance` on another (the interface thread),
-/// readers on
-///            any. A value that one side writes between the other's load and store is lost until the next
-///            buffer or frame; that is accepted, because no lock and no read-modify-write is worth one frame
-///            of a meter.
+/// Threads:   `ingest` on one thread (the capture queue), `advance` on another (the interface thread), readers on
+///            any. A value that one side writes between the other's load and store is lost until the next buffer or
+///            frame; that is accepted, because no lock and no read-modify-write is worth one frame of a meter.
 /// Real time: `ingest` is wait-free and allocation-free.
 class CaptureLevelMeter {
 public:

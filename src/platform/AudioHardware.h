@@ -76,11 +76,9 @@ enum class DeliveryPace {
 
 /// The sound server: taps of what the computer plays, and the routes it plays on.
 ///
-/// Threads: everything runs on the control queue that the implementation was made with, except where a method
-/// says
+/// Threads: everything runs on the control queue that the implementation was made with, except where a method says
 ///          otherwise. Listeners are called on it too, never from inside another call.
-/// Errors:  an operation returns the status with which the sound server refused it. An unreachable server
-/// refuses
+/// Errors:  an operation returns the status with which the sound server refused it. An unreachable server refuses
 ///          everything; a later call tries to reach it again.
 class AudioHardware {
 public:

@@ -14,11 +14,9 @@ namespace rewindle {
 
 /// The connection to the sound server, with the picture of the graph that it keeps up to date.
 ///
-/// Threads: the control queue, construction and destruction included. Handlers are called there, from within
-/// the
-///          server's events: they must not wait for the server.
-/// Lifecycle: proxies made on `core()` are destroyed before connect() is called again and before this is
-/// destroyed.
+/// Threads:   the control queue, construction and destruction included. Handlers are called there, from within the
+///            server's events: they must not wait for the server.
+/// Lifecycle: proxies made on `core()` are destroyed before connect() is called again and before this is destroyed.
 class PipeWireConnection {
 public:
     struct Handlers {

@@ -28,12 +28,11 @@ struct TroubleCounters {
     std::atomic<std::uint64_t> overrunFrames{0};
 };
 
-/// Takes the cycles of a tap from the audio thread to the I/O procedure on the capture thread, on a true time
-/// axis.
+/// Takes the cycles of a tap from the audio thread to the I/O procedure on the capture thread, on a true time axis.
 ///
 /// Shape:   as many channels in as the output device has, two out.
-/// Threads: construct, start, finish and destroy on the control queue; the audio thread must be gone before
-/// finish(). Errors:  cycles of another rate are dropped and reported once as an interruption.
+/// Threads: construct, start, finish and destroy on the control queue; the audio thread must be gone before finish().
+/// Errors:  cycles of another rate are dropped and reported once as an interruption.
 class TapReceiver {
 public:
     struct Setup {
