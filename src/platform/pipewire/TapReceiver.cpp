@@ -124,7 +124,9 @@ bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle) const {
 /// back until it is clear whether sound follows.
 bool TapReceiver::mayBelongToEnd(const TapFifo::Cycle& cycle) {
     if (!ending_ || !isSilent(cycle)) return false;
-    heldBack_ += cycle.frames;
+    const auto frames = static_cast<std::int64_t>(cycle.frames + cycle.lostBefore);
+    axis_->advance(frames); // or it would find a gap before the sound that follows, and fill it once more
+    heldBack_ += frames;
     return true;
 }
 
