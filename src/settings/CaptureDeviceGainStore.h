@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/DefaultsStore.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace rewindle {
+
+/// The bounds of every gain trim, in dB.
+inline constexpr float kCaptureGainLimitDB = 20;
+/// Within the bounds; 0 for what is no number.
+[[nodiscard]] float clampedCaptureGainDB(float gainDB);
+
+/// The gain trim that was chosen for each output device, by the device's UID.
+///
+/// Threads: any.
+class CaptureDeviceGainStore {
+public:
+    static constexpr std::string_view kStorageKey = "capture.gainByDeviceUID";
+    /// Requires: `defaults` outlives this.
+    explicit CaptureDeviceGainStore(DefaultsStore& defaults) : defaults_(defaults) {}
+
+    /// In dB, within the bounds; none for a device that has no entry.
+    [[nodiscard]] std::optional<float> gain(const std::string& uid) const;
+    /// Other devices' entries are kept.
+    void setGain(float gainDB, const std::string& uid);
+
+private:
+    DefaultsStore& defaults_;
+};
+
+} // namespace rewindle
