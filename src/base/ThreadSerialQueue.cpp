@@ -1,7 +1,5 @@
 #include "base/ThreadSerialQueue.h"
 
-#include <future>
-
 namespace rewindle {
 
 ThreadSerialQueue::ThreadSerialQueue(std::string label) : label_(std::move(label)), thread_([this] { run(); }) {}
@@ -28,18 +26,6 @@ DelayedWork ThreadSerialQueue::asyncAfter(std::chrono::nanoseconds delay, Work w
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
     insert(std::chrono::steady_clock::now() + delay, {std::move(work), cancelled});
     return DelayedWork(std::move(cancelled));
-}
-
-void ThreadSerialQueue::sync(const Work& work) {
-    if (isCurrent()) return work();
-    // Shared, not on this stack: a queue that ends drops the work, which breaks the promise and lets us go.
-    auto done = std::make_shared<std::promise<void>>();
-    auto finished = done->get_future();
-    async([&work, done = std::move(done)] {
-        work();
-        done->set_value();
-    });
-    finished.wait();
 }
 
 void ThreadSerialQueue::insert(TimePoint due, Entry entry) {

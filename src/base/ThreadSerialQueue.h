@@ -23,7 +23,6 @@ public:
     [[nodiscard]] const std::string& label() const override { return label_; }
     void async(Work work) override;
     DelayedWork asyncAfter(std::chrono::nanoseconds delay, Work work) override;
-    void sync(const Work& work) override;
     [[nodiscard]] bool isCurrent() const override;
 
 private:

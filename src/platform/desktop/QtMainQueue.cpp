@@ -4,7 +4,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <future>
 
 namespace rewindle {
 
@@ -25,18 +24,6 @@ DelayedWork QtMainQueue::asyncAfter(std::chrono::nanoseconds delay, Work work) {
                            });
     });
     return DelayedWork(std::move(cancelled));
-}
-
-void QtMainQueue::sync(const Work& work) {
-    if (isCurrent()) return work();
-    // Shared, not on this stack: a queue that ends drops the work, which breaks the promise and lets us go.
-    auto done = std::make_shared<std::promise<void>>();
-    auto finished = done->get_future();
-    async([&work, done = std::move(done)] {
-        work();
-        done->set_value();
-    });
-    finished.wait();
 }
 
 bool QtMainQueue::isCurrent() const {

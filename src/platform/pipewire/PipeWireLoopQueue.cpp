@@ -1,7 +1,6 @@
 #include "platform/pipewire/PipeWireLoopQueue.h"
 
 #include <algorithm>
-#include <future>
 #include <new>
 #include <pipewire/pipewire.h>
 #include <pthread.h>
@@ -70,18 +69,6 @@ DelayedWork PipeWireLoopQueue::asyncAfter(std::chrono::nanoseconds delay, Work w
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
     insert(std::chrono::steady_clock::now() + delay, {std::move(work), cancelled});
     return DelayedWork(std::move(cancelled));
-}
-
-void PipeWireLoopQueue::sync(const Work& work) {
-    if (isCurrent()) return work();
-    // Shared, not on this stack: a queue that ends drops the work, which breaks the promise and lets us go.
-    auto done = std::make_shared<std::promise<void>>();
-    auto finished = done->get_future();
-    async([&work, done = std::move(done)] {
-        work();
-        done->set_value();
-    });
-    finished.wait();
 }
 
 void PipeWireLoopQueue::insert(TimePoint due, Entry entry) {
