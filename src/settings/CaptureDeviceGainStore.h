@@ -11,11 +11,11 @@ namespace rewindle {
 /// The bounds of every gain trim, in dB.
 inline constexpr float kCaptureGainLimitDB = 20;
 /// Within the bounds; 0 for what is no number.
-[[nodiscard]] float clampedCaptureGainDB(float gainDB);
+[[nodiscard]] float clampedCaptureGainDB(double gainDB);
 
 /// The gain trim that was chosen for each output device, by the device's UID.
 ///
-/// Threads: any.
+/// Threads: any; `setGain` on one thread only.
 class CaptureDeviceGainStore {
 public:
     static constexpr std::string_view kStorageKey = "capture.gainByDeviceUID";

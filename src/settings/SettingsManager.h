@@ -69,8 +69,8 @@ public:
     void revealExportDirectoryInFinder();
 
 private:
-    void loadExportDirectory();
-    void persistExportDirectory();
+    void persistExportDirectory(const std::optional<std::string>& path);
+    void createExportDirectory(const std::optional<std::string>& path);
     void applyLoginItem();
 
     Services services_;
