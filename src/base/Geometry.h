@@ -2,6 +2,13 @@
 
 namespace rewindle {
 
+/// Points, with the origin at the top left and y growing downwards.
+struct Point {
+    double x = 0;
+    double y = 0;
+    friend bool operator==(const Point&, const Point&) = default;
+};
+
 /// Width and height in points: pixels at scale 1.
 struct Size {
     double width = 0;
