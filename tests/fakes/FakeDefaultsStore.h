@@ -43,7 +43,7 @@ public:
         return values_;
     }
     /// The keys that were written since the last call, in order; "-key" for a removal.
-    [[nodiscard]] std::vector<std::string> takeWrites() {
+    std::vector<std::string> takeWrites() {
         const std::lock_guard hold(mutex_);
         return std::exchange(writes_, {});
     }
