@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace rewindle {
 
@@ -43,23 +44,39 @@ public:
 
     /// Once, after launch.
     void reconcileOnLaunch(Completion completion = {});
-    /// Has the user asked, from the first-run view. Only one question at a time.
+    /// Has the user asked, from the first-run view. While the question is open, another call waits for its answer.
     void requestAccess(Completion completion = {});
-    /// The view's recheck button.
+    /// The view's recheck button. Does nothing while `checking` or while the user is being asked.
     void recheck(Completion completion = {});
-    /// When the program comes to the foreground.
+    /// When the program comes to the foreground. Does nothing either before the user has been asked.
     void foregroundCheck(Completion completion = {});
-    /// When the stored consent may have changed: takes this process's own answer, at once.
+    /// When the stored consent may have changed: takes this process's own answer, at once. The answer of a probe child
+    /// that is on its way then counts no more. While `checking`, launch reconciliation takes the change into account.
     void consentChanged();
     void openSystemSettings();
 
 private:
+    void startFreshProbe(Completion completion);
+    void onFreshProbeAnswered(AudioCaptureProbeOutcome outcome);
+    void onRequestAnswered(AudioCaptureProbeOutcome outcome);
+    void askInProcess(std::string_view reason, Completion completion = {});
+    void applyForeground(AudioCaptureProbeOutcome outcome);
+    void apply(AudioCaptureProbeOutcome outcome, std::string_view reason);
+    AudioCaptureAccessState remember(AudioCaptureProbeOutcome outcome, std::string_view reason);
+    void setState(AudioCaptureAccessState state);
+
     Observable<AudioCaptureAccessState> state_{AudioCaptureAccessState::checking};
     Observable<bool> recheckFoundAccessStillOff_{false};
     PermissionStore store_;
     Operations operations_;
     Workspace& workspace_;
     Log logger_;
+    bool isProbing_ = false;       // a probe child is on its way; never two
+    bool isProbeOutdated_ = false; // something newer than its answer is known
+    bool isRecheckAsked_ = false;  // the user waits for its answer
+    bool isRequesting_ = false;    // the user is being asked
+    std::vector<Completion> awaitingProbe_;
+    std::vector<Completion> awaitingRequest_;
     std::shared_ptr<AudioCapturePermissionModel*> self_; // replies refer to it weakly
 };
 

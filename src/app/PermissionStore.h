@@ -14,7 +14,7 @@ public:
     explicit PermissionStore(DefaultsStore& defaults);
 
     [[nodiscard]] bool hasCompletedFlow() const { return defaults_.flag(kFlowKey); }
-    void setCompletedFlow() { defaults_.set(kFlowKey, true); }
+    void setCompletedFlow();
     void removeCompletedFlow() { defaults_.remove(kFlowKey); }
 
 private:
