@@ -62,7 +62,8 @@ DbusControlService::Start DbusControlService::start() {
     }
     // The object comes first: who sees the name may call at once.
     bus_.registerObject(QString::fromLatin1(kControlObjectPath), this,
-                        QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals);
+                        QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals |
+                            QDBusConnection::ExportAdaptors);
     const auto name = bus_.interface()->registerService(QString::fromLatin1(kControlBusName),
                                                         QDBusConnectionInterface::DontQueueService,
                                                         QDBusConnectionInterface::DontAllowReplacement);

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QIcon>
+
+namespace rewindle {
+
+/// The program's icon: from the desktop's theme when it is installed, else painted here.
+[[nodiscard]] QIcon programIcon();
+/// The small one for status bars, of one colour. Tells a bar its name in the theme when it is installed, so that the
+/// bar can draw it in its own colour; everybody else gets a grey that can be seen on dark and on light.
+[[nodiscard]] QIcon statusIcon();
+
+} // namespace rewindle

@@ -1,0 +1,185 @@
+#include "platform/widgets/QtWindow.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QStyle>
+#include <QWindow>
+
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+namespace rewindle {
+namespace {
+
+constexpr auto kFrameAnimationTime = std::chrono::milliseconds(200);
+/// A window manager that does not resize the window when it leaves full screen keeps nobody waiting longer.
+constexpr auto kFullScreenLimit = std::chrono::milliseconds(1'000);
+
+QRect toQRect(const Rect& rect) {
+    return QRectF(rect.x, rect.y, rect.width, rect.height).toRect();
+}
+Rect toRect(const QRect& rect) {
+    return {double(rect.x()), double(rect.y()), double(rect.width()), double(rect.height())};
+}
+
+/// Wayland's compositors place windows themselves, and tell nobody where.
+bool placesWindows() {
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+} // namespace
+
+QtWindow::QtWindow(QWidget& widget, WindowActivator& activator) : widget_(widget), activator_(activator) {
+    widget_.installEventFilter(this);
+    watchHandle();
+    fullScreenLimit_.setSingleShot(true);
+    connect(&fullScreenLimit_, &QTimer::timeout, this, &QtWindow::leftFullScreen);
+    animation_.setEasingCurve(QEasingCurve::OutCubic);
+    connect(&animation_, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& frame) { applyFrame(frame.toRect()); });
+}
+
+bool QtWindow::isVisible() const {
+    return widget_.isVisible();
+}
+
+bool QtWindow::isMiniaturized() const {
+    return widget_.isMinimized();
+}
+
+bool QtWindow::isFullScreen() const {
+    return widget_.isFullScreen() || !onLeftFullScreen_.empty();
+}
+
+void QtWindow::deminiaturize() {
+    widget_.setWindowState(widget_.windowState() & ~Qt::WindowMinimized);
+}
+
+void QtWindow::makeKeyAndOrderFront() {
+    deminiaturize();
+    widget_.show();
+    activator_.activate(widget_);
+}
+
+void QtWindow::orderOut() {
+    if (!widget_.isVisible()) return;
+    finishAnimation();
+    const bool ordinary = !(widget_.windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen));
+    if (ordinary && isMapped_) hiddenFrame_ = currentFrame();
+    widget_.hide();
+}
+
+void QtWindow::leaveFullScreen(std::function<void()> completion) {
+    if (!isFullScreen()) return completion();
+    onLeftFullScreen_.push_back(std::move(completion));
+    if (!widget_.isFullScreen()) return; // on its way already
+    fullScreenLimit_.start(isMapped_ ? kFullScreenLimit : std::chrono::milliseconds(0));
+    widget_.setWindowState(widget_.windowState() & ~Qt::WindowFullScreen);
+}
+
+void QtWindow::leftFullScreen() {
+    fullScreenLimit_.stop();
+    for (const auto& completion : std::exchange(onLeftFullScreen_, {}))
+        completion();
+}
+
+std::optional<Rect> QtWindow::visibleFrame() const {
+    const auto* const own = widget_.screen();
+    const auto* const screen = own ? own : QGuiApplication::primaryScreen();
+    return screen ? std::optional(toRect(screen->availableGeometry())) : std::nullopt;
+}
+
+Rect QtWindow::frameRectForContentRect(const Rect& content) const {
+    const auto borders = this->borders();
+    return {content.x - borders.left(), content.y - borders.top(), content.width + borders.left() + borders.right(),
+            content.height + borders.top() + borders.bottom()};
+}
+
+void QtWindow::setFrame(const Rect& frame, bool animate) {
+    hiddenFrame_.reset();
+    if (widget_.windowState() & Qt::WindowMaximized)
+        widget_.setWindowState(widget_.windowState() & ~Qt::WindowMaximized);
+    if (wasMapped_) return moveFrame(toQRect(frame), animate);
+    // Nothing to be seen moving yet, unless the window is just about to appear.
+    pendingFrame_ = PendingFrame{.content = toQRect(frame), .animate = animate && widget_.isVisible()};
+    if (!widget_.isVisible()) applyFrame(pendingFrame_->content);
+}
+
+bool QtWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == handle_) {
+        if (event->type() == QEvent::Expose && handle_->isExposed() && !std::exchange(isMapped_, true)) {
+            // Later, when the events about its place that came with it have been seen.
+            QTimer::singleShot(0, this, &QtWindow::onMapped);
+        }
+        return false;
+    }
+    switch (event->type()) {
+    case QEvent::Close:
+        if (!onClose_) break;
+        event->ignore();
+        onClose_();
+        return true;
+    case QEvent::Show:
+    case QEvent::WinIdChange: watchHandle(); break;
+    case QEvent::Hide:
+        if (!widget_.isVisible()) isMapped_ = false; // not merely miniaturised
+        break;
+    case QEvent::Resize:
+        if (fullScreenLimit_.isActive()) QTimer::singleShot(0, this, &QtWindow::leftFullScreen);
+        break;
+    default: break;
+    }
+    return false;
+}
+
+void QtWindow::watchHandle() {
+    if (handle_ == widget_.windowHandle()) return;
+    if (handle_) handle_->removeEventFilter(this);
+    handle_ = widget_.windowHandle();
+    if (handle_) handle_->installEventFilter(this);
+}
+
+void QtWindow::onMapped() {
+    wasMapped_ = true;
+    if (const auto pending = std::exchange(pendingFrame_, std::nullopt)) {
+        auto frame = QRect(pending->content.topLeft(), pending->content.size().grownBy(borders()));
+        return moveFrame(frame, pending->animate);
+    }
+    // Some window managers put a window that comes back elsewhere.
+    const auto hidden = std::exchange(hiddenFrame_, std::nullopt);
+    if (hidden && *hidden != currentFrame()) applyFrame(*hidden);
+}
+
+QMargins QtWindow::borders() const {
+    return wasMapped_ && handle_ ? handle_->frameMargins() : QMargins();
+}
+
+QRect QtWindow::currentFrame() const {
+    return widget_.geometry().marginsAdded(borders());
+}
+
+void QtWindow::moveFrame(const QRect& frame, bool animate) {
+    animation_.stop();
+    const bool calm = widget_.style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, &widget_) == 0;
+    if (!animate || calm || !isMapped_ || !placesWindows()) return applyFrame(frame);
+    animation_.setStartValue(currentFrame());
+    animation_.setEndValue(frame);
+    animation_.setDuration(static_cast<int>(kFrameAnimationTime.count()));
+    animation_.start();
+}
+
+void QtWindow::finishAnimation() {
+    if (animation_.state() != QAbstractAnimation::Running) return;
+    animation_.stop();
+    applyFrame(animation_.endValue().toRect());
+}
+
+void QtWindow::applyFrame(const QRect& frame) {
+    const auto content = frame.marginsRemoved(borders());
+    widget_.resize(content.size());
+    if (placesWindows()) widget_.move(frame.topLeft());
+}
+
+} // namespace rewindle

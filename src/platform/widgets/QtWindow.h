@@ -1,0 +1,80 @@
+#pragma once
+
+#include "platform/Window.h"
+#include "platform/widgets/WindowActivator.h"
+
+#include <QMargins>
+#include <QObject>
+#include <QPointer>
+#include <QRect>
+#include <QTimer>
+#include <QVariantAnimation>
+#include <QWidget>
+#include <QWindow>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace rewindle {
+
+/// A top-level widget as the application's logic sees it.
+///
+/// The window manager alone knows the borders of a window, and only once it has shown it. Until then
+/// `frameRectForContentRect` gives the content, and `setFrame` takes the size of the content; when the window
+/// appears, its borders go around that size, with the frame's corner where it was asked for.
+///
+/// Threads:   interface thread.
+/// Lifecycle: the widget and the activator outlive this.
+class QtWindow final : public QObject, public Window {
+    Q_OBJECT
+
+public:
+    QtWindow(QWidget& widget, WindowActivator& activator);
+
+    /// What happens instead when the user closes the window, or somebody calls `QWidget::close`.
+    void setCloseHandler(std::function<void()> onClose) { onClose_ = std::move(onClose); }
+
+    [[nodiscard]] bool isVisible() const override;
+    [[nodiscard]] bool isMiniaturized() const override;
+    [[nodiscard]] bool isFullScreen() const override;
+    void deminiaturize() override;
+    void makeKeyAndOrderFront() override;
+    void orderOut() override;
+    void leaveFullScreen(std::function<void()> completion) override;
+    [[nodiscard]] std::optional<Rect> visibleFrame() const override;
+    [[nodiscard]] Rect frameRectForContentRect(const Rect& content) const override;
+    void setFrame(const Rect& frame, bool animate) override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    struct PendingFrame {
+        QRect content; // the content's size, at the frame's corner
+        bool animate = false;
+    };
+
+    void watchHandle();
+    void onMapped();
+    void leftFullScreen();
+    [[nodiscard]] QMargins borders() const;
+    [[nodiscard]] QRect currentFrame() const;
+    void moveFrame(const QRect& frame, bool animate);
+    void finishAnimation();
+    void applyFrame(const QRect& frame);
+
+    QWidget& widget_;
+    WindowActivator& activator_;
+    std::function<void()> onClose_;
+    std::vector<std::function<void()>> onLeftFullScreen_; // not empty: on the way out of full screen
+    QTimer fullScreenLimit_;
+    QVariantAnimation animation_;
+    std::optional<PendingFrame> pendingFrame_; // waits for the window to be shown for the first time
+    std::optional<QRect> hiddenFrame_;         // where the window was when it was hidden
+    QPointer<QWindow> handle_;                 // the one that is watched
+    bool isMapped_ = false;                    // on the screen, or miniaturised
+    bool wasMapped_ = false;                   // at least once, so that the borders are known
+};
+
+} // namespace rewindle
