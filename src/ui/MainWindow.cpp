@@ -1,0 +1,60 @@
+#include "ui/MainWindow.h"
+
+#include "ui/NightfallIcons.h"
+#include "ui/NightfallSurface.h"
+
+#include <QCloseEvent>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+namespace rewindle {
+
+using namespace Qt::StringLiterals;
+
+MainWindow::MainWindow(AppSession& session, CaptureControl& control, DefaultsStore& defaults,
+                       const NightfallTheme& theme, const Actions& actions)
+    : actions_(actions), root_(new RootView(session, control, defaults, theme, actions)),
+      dialogLock_(new QWidget(this)) {
+    setWindowTitle(u"rewindle"_s);
+    setWindowIcon(applicationIcon());
+    setMinimumSize(kLeastWidth, kLeastHeight);
+    fillWithSurface(*this, theme, &NightfallPalette::window);
+    fillWithSurface(*dialogLock_, theme, &NightfallPalette::scrim);
+    dialogLock_->hide();
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(root_);
+    addShortcuts();
+}
+
+void MainWindow::addShortcuts() {
+    const auto add = [this](QKeyCombination keys, const std::function<void()>& action) {
+        connect(new QShortcut(QKeySequence(keys), this), &QShortcut::activated, this, action);
+    };
+    add(Qt::CTRL | Qt::Key_Comma, [this] { actions_.openSettings(); });
+    add(Qt::CTRL | Qt::Key_Q, [this] { actions_.quit(); });
+    add(Qt::CTRL | Qt::Key_S, [this] {
+        auto* const view = root_->waveformWindowView();
+        if (view && view->isVisible()) view->saveAll();
+    });
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    actions_.closeRequested();
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    dialogLock_->setGeometry(rect());
+}
+
+bool MainWindow::event(QEvent* event) {
+    if (event->type() == QEvent::WindowBlocked || event->type() == QEvent::WindowUnblocked) {
+        dialogLock_->setVisible(event->type() == QEvent::WindowBlocked);
+        dialogLock_->raise();
+    }
+    return QWidget::event(event);
+}
+
+} // namespace rewindle

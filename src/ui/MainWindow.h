@@ -1,0 +1,32 @@
+#pragma once
+
+#include "ui/RootView.h"
+
+namespace rewindle {
+
+/// The main window. Closing it only asks for it to be hidden; it is dimmed while a dialog above it waits for an answer.
+///
+/// Threads:   interface thread.
+/// Lifecycle: everything that it is given outlives it.
+class MainWindow final : public QWidget {
+public:
+    static constexpr int kLeastWidth = 480, kLeastHeight = 200;
+    MainWindow(AppSession& session, CaptureControl& control, DefaultsStore& defaults, const NightfallTheme& theme,
+               const Actions& actions);
+
+    [[nodiscard]] RootView& rootView() { return *root_; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
+
+private:
+    void addShortcuts();
+
+    const Actions& actions_;
+    RootView* root_;
+    QWidget* dialogLock_;
+};
+
+} // namespace rewindle

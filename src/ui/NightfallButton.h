@@ -1,0 +1,43 @@
+#pragma once
+
+#include "ui/KeyboardFocus.h"
+#include "ui/NightfallIcons.h"
+#include "ui/NightfallTheme.h"
+
+#include <QPushButton>
+
+namespace rewindle {
+
+/// A push button: the one that a page is for (primary), others (secondary), those that stay in the background (quiet),
+/// and those that stand in a line of small text (link). Space and Enter press it.
+///
+/// Lifecycle: `theme` outlives it.
+class NightfallButton final : public QPushButton {
+public:
+    enum class Kind { primary, secondary, quiet, link };
+    /// A button without text shows its glyph alone; give it an accessible name and a tool tip.
+    NightfallButton(const NightfallTheme& theme, Kind kind, const QString& text,
+                    NightfallGlyph glyph = NightfallGlyph::none, QWidget* parent = nullptr);
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    struct Colors {
+        QColor fill, content;
+    };
+    [[nodiscard]] Colors colors() const;
+    [[nodiscard]] QRectF body() const;
+    [[nodiscard]] qreal radius() const;
+
+    const NightfallTheme& theme_;
+    const Kind kind_;
+    const NightfallGlyph glyph_;
+    KeyboardFocus focus_;
+};
+
+} // namespace rewindle

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+#include <QPainter>
+#include <QRectF>
+
+namespace rewindle {
+
+enum class NightfallGlyph { none, gear, save, warning, folder };
+
+/// Draws a glyph of thin lines into a square.
+void paintGlyph(QPainter& painter, NightfallGlyph glyph, const QRectF& square, const QColor& color);
+
+/// Bars of a waveform, symmetric about the middle of `rect`, each as high as its share of 1.
+void paintWaveformBars(QPainter& painter, const QRectF& rect, const QBrush& fill, int first = 0, int count = 9);
+
+/// The picture of the program, for its windows.
+[[nodiscard]] QIcon applicationIcon();
+
+} // namespace rewindle

@@ -1,0 +1,95 @@
+#include "ui/RootView.h"
+
+#include <QPainter>
+#include <QPixmap>
+#include <QStackedLayout>
+#include <QStyle>
+#include <QVariantAnimation>
+
+namespace rewindle {
+namespace {
+
+constexpr int kFadeMs = 220;
+
+/// A picture that fades away and then deletes itself.
+class FadingPicture final : public QWidget {
+public:
+    FadingPicture(QPixmap picture, QWidget* parent) : QWidget(parent), picture_(std::move(picture)) {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setGeometry(parent->rect());
+        opacity_.setStartValue(1.0);
+        opacity_.setEndValue(0.0);
+        opacity_.setDuration(kFadeMs);
+        connect(&opacity_, &QVariantAnimation::valueChanged, this, [this] { update(); });
+        connect(&opacity_, &QVariantAnimation::finished, this, &QObject::deleteLater);
+        show();
+        raise();
+        opacity_.start();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setOpacity(opacity_.currentValue().toReal());
+        painter.drawPixmap(0, 0, picture_);
+    }
+
+private:
+    QPixmap picture_;
+    QVariantAnimation opacity_;
+};
+
+} // namespace
+
+RootView::RootView(AppSession& session, CaptureControl& control, DefaultsStore& defaults, const NightfallTheme& theme,
+                   const Actions& actions, QWidget* parent)
+    : QWidget(parent), session_(session), control_(control), defaults_(defaults), theme_(theme), actions_(actions),
+      showOnboarding_(!defaults.flag(kOnboardingKey)), pages_(new QStackedLayout(this)) {
+    observation_ = session_.permission().state().observe([this] { showPage(); });
+    showPage();
+}
+
+template <class Page, class... Arguments>
+Page* RootView::makeOnce(Page*& page, Arguments&&... arguments) {
+    if (!page) {
+        page = new Page(std::forward<Arguments>(arguments)...);
+        pages_->addWidget(page);
+    }
+    return page;
+}
+
+QWidget* RootView::page() {
+    if (showOnboarding_) {
+        const bool isNew = onboarding_ == nullptr;
+        makeOnce(onboarding_, theme_);
+        if (isNew) connect(onboarding_, &OnboardingView::dismissed, this, [this] { dismissOnboarding(); });
+        return onboarding_;
+    }
+    if (session_.permission().isGranted()) return makeOnce(waveform_, session_, control_, theme_, actions_);
+    return makeOnce(permission_, session_.permission(), theme_);
+}
+
+void RootView::showPage() {
+    QWidget* const next = page();
+    pages_->setCurrentWidget(next);
+    if (next->focusProxy()) next->setFocus();
+}
+
+void RootView::dismissOnboarding() {
+    defaults_.set(kOnboardingKey, true);
+    const QPixmap before = grab();
+    showOnboarding_ = false;
+    showPage();
+    onboarding_->deleteLater();
+    onboarding_ = nullptr;
+    if (isVisible() && style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0)
+        expandToWaveform(before);
+}
+
+void RootView::expandToWaveform(const QPixmap& before) {
+    isExpandingToWaveform_ = true;
+    auto* const picture = new FadingPicture(before, this);
+    connect(picture, &QObject::destroyed, this, [this] { isExpandingToWaveform_ = false; });
+}
+
+} // namespace rewindle

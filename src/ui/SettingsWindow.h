@@ -1,0 +1,18 @@
+#pragma once
+
+#include "ui/SettingsView.h"
+
+namespace rewindle {
+
+/// The window of the settings. Escape closes it.
+///
+/// Lifecycle: everything that it is given outlives it.
+class SettingsWindow final : public QWidget {
+public:
+    SettingsWindow(AppSession& session, CaptureControl& control, const NightfallTheme& theme, const Actions& actions);
+
+    /// Shows the window, in front of the others.
+    void present();
+};
+
+} // namespace rewindle
