@@ -40,6 +40,7 @@ public:
 private:
     Services services_;
     std::function<void(std::function<void()>)> quitHook_;
+    bool isReadyToStop_ = false; // launched far enough that there is something to stop
     bool isQuitting_ = false;
 };
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace rewindle {
 
@@ -47,6 +48,8 @@ public:
 
     /// The first evaluation, after launch; from then on each change of consent, duration and gain brings another.
     void begin();
+    /// Calls back when the engine keeps as much as the settings say: at once when it does already.
+    void whenDurationIsApplied(std::function<void()> completion);
     /// Brings the engine in line with consent and settings, by one step.
     void evaluateCaptureState();
     /// The quit hook: ends capture for good. `completion` comes when it has ended.
@@ -54,10 +57,12 @@ public:
 
 private:
     void startCapture();
-    void stopOrStart(bool allowed);
     void applyDuration(RecordingDuration duration);
+    void onDurationApplied();
     void onOutputDeviceChanged(const std::string& uid);
-    void onCaptureFailed(const std::string& message, bool showWindow);
+    void onOutputDeviceResolved();
+    void onCaptureStartFailed(const CoreAudioTapCaptureError& error);
+    void onCaptureRestartFailed(const CoreAudioTapCaptureError& error);
 
     Log log_;
     DefaultsStore& defaults_;
@@ -73,6 +78,7 @@ private:
     bool isStopped_ = false;         // quitting: nothing starts again
     bool hasReportedOutage_ = false; // the window has been brought forward for the outage that goes on
     std::function<void()> showMainWindow_;
+    std::vector<std::function<void()>> awaitingDuration_;
     std::vector<Observation> observations_;
     std::shared_ptr<AppSession*> self_; // the engine's callbacks refer to it weakly
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/AudioCapturePermissionModel.h"
 #include "base/Result.h"
 #include "platform/AudioHardware.h"
 
@@ -18,6 +19,7 @@ constexpr double kShortestClipSeconds = 0.01;
 struct CaptureStatus {
     bool running = false; // capture runs on an output device
     bool frozen = false;
+    AudioCaptureAccessState access = AudioCaptureAccessState::granted; // the user's consent
     std::string deviceUid;         // of the output device that is captured; empty while there is none
     std::string deviceDescription; // what people call it
     int durationSeconds = 0;

@@ -138,7 +138,7 @@ CommandLine parseHeadless(Arguments arguments) {
     if (!duration) return command;
     const auto parsed = parseDurationValue(*duration);
     if (!parsed) return usage("--duration needs " + std::string(kDurations) + ", not " + quoted(*duration));
-    command.duration = *parsed;
+    command.duration = parsed;
     return command;
 }
 
@@ -151,13 +151,16 @@ CommandLine parsePlain(std::string_view name, Arguments arguments, Command comma
 } // namespace
 
 CommandLine parseCommandLine(std::span<const std::string_view> arguments) {
-    if (arguments.empty()) return usage("nothing to do: try --headless, which captures, or --help");
+    if (arguments.empty()) return WindowCommand{};
     const auto asksFor = [&](std::string_view option) {
         return std::ranges::find(arguments, option) != arguments.end();
     };
     if (asksFor("--help") || arguments[0] == "-h" || arguments[0] == "help") return HelpCommand{};
     if (arguments[0] == "--version") return VersionCommand{};
     if (asksFor("--headless")) return parseHeadless(arguments);
+    if (arguments[0] == "--hidden") {
+        return arguments.size() == 1 ? CommandLine(WindowCommand{.hidden = true}) : usage("--hidden stands alone");
+    }
 
     const auto command = arguments[0];
     const auto rest = arguments.subspan(1);
@@ -167,6 +170,10 @@ CommandLine parseCommandLine(std::span<const std::string_view> arguments) {
     if (command == "unfreeze") return parsePlain(command, rest, FreezeCommand{false});
     if (command == "duration") return parseDuration(rest);
     if (command == "gain") return parseGain(rest);
+    if (command == "grant" || command == "revoke") {
+        return rest.empty() ? CommandLine(ConsentCommand{command == "grant"})
+                            : usage(std::string(command) + " takes no arguments");
+    }
     if (command == "quit") return parsePlain(command, rest, QuitCommand{});
     return usage("there is no command " + quoted(command) + ": try --help");
 }
@@ -175,7 +182,10 @@ std::string_view helpText() {
     return R"(rewindle keeps the last minutes of what this computer plays, and saves them as a clip when you ask.
 
 Usage:
-  rewindle --headless [--duration SECONDS]   capture until interrupted (Ctrl-C) or told to quit
+  rewindle [--hidden]                        open the window | start without showing it
+  rewindle --headless [--duration SECONDS]   capture without a window until interrupted (Ctrl-C) or told to
+                                             quit; the duration counts for this run
+  rewindle grant | revoke                    allow it to hear what this computer plays | forbid it again
 
 While one is running, from anywhere in the same session:
   rewindle export --last SECONDS [--folder DIR]   save the newest seconds; prints the clip's path
@@ -189,8 +199,8 @@ While one is running, from anywhere in the same session:
   rewindle --help | --version
 
 Captured is what goes to the default output. Clips are saved in the folder 'rewindle' of your music folder
-unless --folder says otherwise. Ends with 0 when done, 1 when it failed, 2 when the command makes no sense,
-3 when none is running.
+unless the settings or --folder say otherwise. Ends with 0 when done, 1 when it failed, 2 when the command makes
+no sense, 3 when none is running.
 )";
 }
 

@@ -13,9 +13,14 @@ namespace rewindle {
 
 // What a person can ask of the program, one type for each command.
 
+/// The application with its window and its place in the status bar.
+struct WindowCommand {
+    bool hidden = false; // without showing the window at first
+    friend bool operator==(const WindowCommand&, const WindowCommand&) = default;
+};
 /// Capture here, without a window, until a signal comes.
 struct HeadlessCommand {
-    RecordingDuration duration = kDefaultRecordingDuration;
+    std::optional<RecordingDuration> duration; // for this run; none: as the settings say
     friend bool operator==(const HeadlessCommand&, const HeadlessCommand&) = default;
 };
 struct ExportCommand {
@@ -42,6 +47,11 @@ struct GainCommand {
 struct QuitCommand {
     friend bool operator==(const QuitCommand&, const QuitCommand&) = default;
 };
+/// Store the user's consent, or its withdrawal, whether or not an instance runs.
+struct ConsentCommand {
+    bool granted = false;
+    friend bool operator==(const ConsentCommand&, const ConsentCommand&) = default;
+};
 struct HelpCommand {
     friend bool operator==(const HelpCommand&, const HelpCommand&) = default;
 };
@@ -57,7 +67,8 @@ struct UsageError {
 /// A command that is carried out by the instance that runs already.
 using ControlCommand =
     std::variant<ExportCommand, StatusCommand, FreezeCommand, DurationCommand, GainCommand, QuitCommand>;
-using CommandLine = std::variant<ControlCommand, HeadlessCommand, HelpCommand, VersionCommand, UsageError>;
+using CommandLine = std::variant<WindowCommand, ControlCommand, HeadlessCommand, ConsentCommand, HelpCommand,
+                                 VersionCommand, UsageError>;
 
 /// What the program ends with, whichever command it was.
 enum class ExitCode : int { done = 0, failed = 1, usage = 2, noInstance = 3 };

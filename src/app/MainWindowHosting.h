@@ -6,9 +6,7 @@
 #include "settings/SettingsManager.h"
 
 #include <functional>
-#include <memory>
 #include <string_view>
-#include <vector>
 
 namespace rewindle {
 
@@ -37,13 +35,12 @@ public:
     [[nodiscard]] Observation observeReveal(std::function<void()> observer);
 
 private:
-    void markPresented();
-
     Application& application_;
     MainWindowPresentation& presentation_;
     DefaultsStore& defaults_;
     const SettingsManager& settings_;
     Window* window_ = nullptr;
+    bool isHiding_ = false; // on its way out of full screen, to be hidden then
     Observable<unsigned> reveals_{0};
 };
 

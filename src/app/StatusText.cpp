@@ -35,6 +35,10 @@ std::string deviceName(const CaptureStatus& status) {
 }
 
 std::string stateLine(const CaptureStatus& status) {
+    if (status.access == AudioCaptureAccessState::checking) return "Not capturing: looking up the consent";
+    if (status.access != AudioCaptureAccessState::granted) {
+        return "Not capturing: audio access is not granted; allow it with: rewindle grant";
+    }
     if (!status.running) return "Not capturing: waiting for an output";
     const auto frozen = status.frozen ? "Frozen, nothing new is kept; output: " : "Capturing ";
     return frozen + deviceName(status);
@@ -86,6 +90,16 @@ private:
 
 } // namespace
 
+std::string_view accessName(AudioCaptureAccessState access) {
+    switch (access) {
+    case AudioCaptureAccessState::checking: return "checking";
+    case AudioCaptureAccessState::granted: return "granted";
+    case AudioCaptureAccessState::firstRun: return "not asked";
+    case AudioCaptureAccessState::needsSystemSettings: return "denied";
+    }
+    return {};
+}
+
 std::string oneLine(std::string_view text) {
     std::string line(text);
     std::ranges::replace_if(line, isControl, '?');
@@ -124,6 +138,7 @@ std::string statusJson(const CaptureStatus& status) {
     json.add("gap_frames", std::to_string(status.troubles.gapFrames));
     json.add("overruns", std::to_string(status.troubles.overruns));
     json.add("overrun_frames", std::to_string(status.troubles.overrunFrames));
+    json.add("access", jsonString(accessName(status.access)));
     json.add("last_error", jsonString(status.lastError));
     return json.end();
 }

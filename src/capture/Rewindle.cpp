@@ -33,6 +33,7 @@ struct Rewindle::State {
     Observable<std::shared_ptr<AudioRingBuffer>> ringBuffer;
     Observable<std::uint64_t> ringBufferRevision;
     Observable<bool> isRunning;
+    Observable<bool> isFrozen;
     Observable<std::string> outputDeviceUid;
     std::shared_ptr<CaptureRun> run; // from start to stop
 };
@@ -85,6 +86,9 @@ const Observable<bool>& Rewindle::isRunning() const {
 const Observable<std::string>& Rewindle::outputDeviceUid() const {
     return state_->outputDeviceUid;
 }
+const Observable<bool>& Rewindle::isFrozen() const {
+    return state_->isFrozen;
+}
 CaptureLevelMeter& Rewindle::levelMeter() {
     return state_->chain->levelMeter;
 }
@@ -114,6 +118,7 @@ void Rewindle::setFrozen(bool frozen) {
         chain.fetchPending(); // what was played before still counts as it did then
         chain.setFrozen(frozen);
     });
+    state_->isFrozen.set(frozen);
 }
 
 void Rewindle::copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion) {
@@ -219,6 +224,7 @@ void Rewindle::stop(std::function<void()> completion) {
             });
         });
     });
+    state_->isFrozen.set(true);
     state_->isRunning.set(false);
     state_->outputDeviceUid.set({});
 }

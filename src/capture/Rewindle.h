@@ -63,6 +63,8 @@ public:
     [[nodiscard]] const Observable<bool>& isRunning() const;
     /// UID of the output device on which capture runs; empty while it runs on none.
     [[nodiscard]] const Observable<std::string>& outputDeviceUid() const;
+    /// Whether what is captured is dropped, as last asked: by setFrozen() or by stop().
+    [[nodiscard]] const Observable<bool>& isFrozen() const;
     [[nodiscard]] CaptureLevelMeter& levelMeter();
 
     void setGain(float gainDb, bool ramp);

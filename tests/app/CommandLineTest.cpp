@@ -26,7 +26,11 @@ TEST(CommandLineTest, UnderstandsEveryCommandAsPeopleTypeIt) {
     };
     const auto gain = [](double db) { return ControlCommand(GainCommand{db}); };
     const Case cases[] = {
-        {{"--headless"}, HeadlessCommand{RecordingDuration::fiveMinutes}},
+        {{}, WindowCommand{}},
+        {{"--hidden"}, WindowCommand{.hidden = true}},
+        {{"grant"}, ConsentCommand{.granted = true}},
+        {{"revoke"}, ConsentCommand{.granted = false}},
+        {{"--headless"}, HeadlessCommand{}},
         {{"--headless", "--duration", "600"}, HeadlessCommand{RecordingDuration::tenMinutes}},
         {{"--duration=45", "--headless"}, HeadlessCommand{RecordingDuration::fortyFiveSeconds}},
         {{"export", "--last", "30"}, clip(30)},
@@ -58,7 +62,8 @@ TEST(CommandLineTest, RefusesWhatMakesNoSenseAndNamesTheCulprit) {
         std::string_view named;
     };
     const Case cases[] = {
-        {{}, "--headless"},
+        {{"--hidden", "now"}, "--hidden"},
+        {{"revoke", "all"}, "revoke"},
         {{"exprot"}, "'exprot'"},
         {{""}, "''"},
         {{"--duration", "300"}, "--duration"},

@@ -37,6 +37,10 @@ TEST(StatusTextTest, FirstLineTellsTheStateAndTheLastTheError) {
     status.deviceDescription.clear();
     EXPECT_TRUE(statusText(status).starts_with("Frozen, nothing new is kept; output: alsa_output.pci\n"));
 
+    status.access = AudioCaptureAccessState::firstRun;
+    EXPECT_TRUE(statusText(status).starts_with(
+        "Not capturing: audio access is not granted; allow it with: rewindle grant\n"));
+
     status = {};
     status.lastError = "Failed to start.";
     const auto text = statusText(status);
@@ -56,7 +60,7 @@ TEST(StatusTextTest, GivesProgramsEveryFieldUnderItsOwnKey) {
               R"("device_description": "Speakers", "duration_seconds": 300, "retained_seconds": 12.250, )"
               R"("total_frames": 5000000000, "gain_db": -6.000, "left_display_db": -12.340, )"
               R"("right_display_db": -48.000, "left_hold_db": 3.000, "right_hold_db": -80.000, "gaps": 1, )"
-              R"("gap_frames": 72000, "overruns": 2, "overrun_frames": 480, "last_error": ""})"
+              R"("gap_frames": 72000, "overruns": 2, "overrun_frames": 480, "access": "granted", "last_error": ""})"
               "\n");
 }
 

@@ -19,9 +19,10 @@ Path newFile(const PrivateSession& session, const std::string& extension) {
 } // namespace
 
 Recorder::Recorder(const PrivateSession& session, const std::string& options, bool capturing)
-    : session_(session), logFile_(newFile(session, ".log")),
+    : session_(session), logFile_(newFile(session, ".log")), granted_(command("grant").exitCode == 0),
       process_("REWINDLE_LOG=debug exec " REWINDLE_BINARY " --headless " + options + " 2>" + logFile_.string()) {
-    if (!eventually([&] { return command("status --json").exitCode == 0 && (!capturing || isCapturing()); })) {
+    if (!granted_ ||
+        !eventually([&] { return command("status --json").exitCode == 0 && (!capturing || isCapturing()); })) {
         throw std::runtime_error("rewindle did not come up: " + log());
     }
 }

@@ -12,7 +12,7 @@ using namespace support;
 /// The program itself, running headless in a private session, and its commands as a user types them.
 class Recorder {
 public:
-    /// Starts it and waits until it answers, and until it captures if `capturing`.
+    /// Grants it access, starts it and waits until it answers, and until it captures if `capturing`.
     explicit Recorder(const PrivateSession& session, const std::string& options = {}, bool capturing = true);
     /// Shows its log when the test has failed.
     ~Recorder();
@@ -38,6 +38,7 @@ private:
 
     const PrivateSession& session_;
     Path logFile_;
+    bool granted_;
     Process process_;
 };
 

@@ -1,5 +1,7 @@
 #include "platform/desktop/DbusStatus.h"
 
+#include "app/StatusText.h"
+
 namespace rewindle {
 namespace {
 
@@ -23,6 +25,7 @@ void visitFields(Status& status, Visitor&& visit) {
     visit("gap_frames", status.troubles.gapFrames);
     visit("overruns", status.troubles.overruns);
     visit("overrun_frames", status.troubles.overrunFrames);
+    visit("access", status.access);
     visit("last_error", status.lastError);
 }
 
@@ -47,7 +50,16 @@ QVariant toVariant(std::uint64_t value) {
 QVariant toVariant(const std::string& value) {
     return QString::fromStdString(value);
 }
+QVariant toVariant(AudioCaptureAccessState value) {
+    return toVariant(std::string(accessName(value)));
+}
 
+void read(const QVariant& from, AudioCaptureAccessState& to) {
+    using enum AudioCaptureAccessState;
+    for (const auto state : {checking, granted, firstRun, needsSystemSettings}) {
+        if (from.toString().toStdString() == accessName(state)) to = state;
+    }
+}
 void read(const QVariant& from, bool& to) {
     to = from.toBool();
 }

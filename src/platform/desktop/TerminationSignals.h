@@ -5,13 +5,15 @@
 #include <csignal>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace rewindle {
 
 /// Turns the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP) into a call in the event loop.
 ///
-/// Threads:   interface thread.
-/// Lifecycle: make it after the QCoreApplication and before the first thread, which inherits what is blocked.
+/// Threads:   interface thread; the signals may come on any.
+/// Lifecycle: make it after the QCoreApplication; one at a time. Programs that are started meanwhile get the signals
+///            as usual.
 class TerminationSignals {
 public:
     /// `onFirst` is called once. A second signal ends the process at once, so that a shutdown that hangs can
@@ -22,11 +24,13 @@ public:
     TerminationSignals& operator=(const TerminationSignals&) = delete;
 
 private:
+    void handle(int signal);
     void onReadable();
 
     std::function<void()> onFirst_;
-    sigset_t signals_{};
-    int fd_ = -1; // a signalfd
+    int readEnd_ = -1; // of a pipe that the handler writes into
+    int writeEnd_ = -1;
+    std::vector<std::pair<int, struct sigaction>> former_; // what the signals did before
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 

@@ -1,24 +1,25 @@
 #pragma once
 
+#include "app/AppSession.h"
 #include "app/CaptureControl.h"
 #include "base/Log.h"
-#include "capture/Rewindle.h"
 #include "meter/LevelMeterReader.h"
 #include "waveform/ClipExport.h"
 
 #include <memory>
+#include <vector>
 
 namespace rewindle {
 
-/// Carries out requests on the capture engine, and remembers what there is to tell about it.
+/// Carries out requests on the session and its engine, and remembers what there is to tell about it.
 ///
 /// Threads:   interface thread. Clips are written on the export queue.
-/// Lifecycle: `shutDown` first, then destroy it before the engine. What is still on a queue then is dropped.
-class EngineCaptureControl final : public CaptureControl {
+/// Lifecycle: `shutDown` first, then destroy it before the session. What is still on a queue then is dropped.
+class SessionCaptureControl final : public CaptureControl {
 public:
     /// All of it outlives the control, and outlives the work on the queues.
     struct Services {
-        Rewindle& engine;
+        AppSession& session;
         AudioHardware& hardware;
         SerialQueue& controlQueue;
         SerialQueue& exportQueue;
@@ -28,11 +29,9 @@ public:
     };
 
     /// `onQuit` is called when somebody asks the program to end.
-    EngineCaptureControl(const Services& services, std::function<void()> onQuit);
-    ~EngineCaptureControl() override;
+    SessionCaptureControl(const Services& services, std::function<void()> onQuit);
+    ~SessionCaptureControl() override;
 
-    /// Begins capture; it goes on by itself when the sound server or its output comes and goes.
-    void start();
     /// Ends capture and lets the exports that were asked for come to their end, then calls `completion`.
     void shutDown(std::function<void()> completion);
 
@@ -50,24 +49,21 @@ private:
     void onOutputDeviceChanged();
     void requestDeviceDescription(const std::string& uid);
     void onDeviceDescription(const std::string& uid, const std::string& description);
-    void onCaptureFailed(std::string message);
     [[nodiscard]] CaptureStatus status();
+    [[nodiscard]] Rewindle& engine() { return services_.session.sampler(); }
     void tellStateChanged() const;
     void endWhenIdle();
 
     Services services_;
     std::function<void()> onQuit_;
     LevelMeterReader meter_;
-    bool frozen_ = false; // as last asked; the ring buffer's own flag is also set during copies
-    float gainDb_ = 0;
     std::string deviceUid_;
     std::string deviceDescription_; // of `deviceUid_`; empty until it is known
-    std::string lastError_;
     int exportsUnderWay_ = 0;
     bool captureStopped_ = false;
     std::function<void()> onShutDown_; // set once shutting down
-    Observation deviceObservation_;
-    std::shared_ptr<EngineCaptureControl*> self_; // replies refer to it weakly: they may come after the end
+    std::vector<Observation> observations_;
+    std::shared_ptr<SessionCaptureControl*> self_; // replies refer to it weakly: they may come after the end
 };
 
 } // namespace rewindle

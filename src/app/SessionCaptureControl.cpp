@@ -1,6 +1,4 @@
-#include "app/EngineCaptureControl.h"
-
-#include "settings/ExportDirectory.h"
+#include "app/SessionCaptureControl.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +6,6 @@
 namespace rewindle {
 namespace {
 
-constexpr double kGainLimitDb = 20;
 constexpr std::string_view kClipNamePrefix = "rewindle";
 
 /// The newest `seconds`, or what there is when that is less.
@@ -20,10 +17,9 @@ std::pair<std::int64_t, std::int64_t> newestRange(const WaveformInfo& held, doub
     return {end - static_cast<std::int64_t>(wanted), end};
 }
 
-/// Export thread. The custom folder of an export stands as it was given: its parent must exist.
-Result<std::filesystem::path> writeToFolder(const StereoSamples& samples, std::filesystem::path folder,
+/// Export thread.
+Result<std::filesystem::path> writeToFolder(const StereoSamples& samples, const std::filesystem::path& folder,
                                             const ClipExportServices& clips) {
-    if (folder.empty()) folder = ExportDirectory(clips.files).resolvedURL(std::nullopt);
     auto outcome = exportClip(samples.left, samples.right, folder, kClipNamePrefix, clips);
     if (!outcome) return Error{outcome.error().underlying().code, outcome.error().message()};
     return std::move(outcome).value();
@@ -44,33 +40,26 @@ std::string describeDevice(AudioHardware& hardware, const std::string& uid) {
 
 } // namespace
 
-EngineCaptureControl::EngineCaptureControl(const Services& services, std::function<void()> onQuit)
-    : services_(services), onQuit_(std::move(onQuit)), meter_(services.engine.levelMeter(), services.clips.clock),
-      self_(std::make_shared<EngineCaptureControl*>(this)) {
-    deviceObservation_ = services_.engine.outputDeviceUid().observe([this] { onOutputDeviceChanged(); });
+SessionCaptureControl::SessionCaptureControl(const Services& services, std::function<void()> onQuit)
+    : services_(services), onQuit_(std::move(onQuit)), meter_(engine().levelMeter(), services.clips.clock),
+      self_(std::make_shared<SessionCaptureControl*>(this)) {
+    const auto tell = [this] { tellStateChanged(); };
+    auto& session = services_.session;
+    observations_.push_back(engine().outputDeviceUid().observe([this] { onOutputDeviceChanged(); }));
+    observations_.push_back(engine().isFrozen().observe(tell));
+    observations_.push_back(engine().ringBufferRevision().observe(tell));
+    observations_.push_back(session.settingsManager().captureGainDB().observe(tell));
+    observations_.push_back(session.permission().state().observe(tell));
+    observations_.push_back(session.captureErrorMessage().observe(tell));
 }
 
-EngineCaptureControl::~EngineCaptureControl() = default;
+SessionCaptureControl::~SessionCaptureControl() = default;
 
-void EngineCaptureControl::start() {
-    Rewindle::Callbacks callbacks;
-    callbacks.onCaptureStartFailed = [weak = std::weak_ptr(self_)](const CoreAudioTapCaptureError& error) {
-        if (const auto self = weak.lock()) (*self)->onCaptureFailed(error.message());
-    };
-    callbacks.onCaptureRestartFailed = [weak = std::weak_ptr(self_)](const CoreAudioTapCaptureError& error) {
-        const auto self = weak.lock();
-        if (!self) return;
-        (*self)->onCaptureFailed("Audio capture stopped after an output change. It will retry automatically. (" +
-                                 error.message() + ")");
-    };
-    services_.engine.start(std::move(callbacks));
-}
-
-void EngineCaptureControl::shutDown(std::function<void()> completion) {
+void SessionCaptureControl::shutDown(std::function<void()> completion) {
     if (onShutDown_) return;
     onShutDown_ = std::move(completion);
     services_.log.info("Stopping.");
-    services_.engine.stop([weak = std::weak_ptr(self_)] {
+    services_.session.stopCapture([weak = std::weak_ptr(self_)] {
         const auto self = weak.lock();
         if (!self) return;
         (*self)->captureStopped_ = true;
@@ -78,35 +67,37 @@ void EngineCaptureControl::shutDown(std::function<void()> completion) {
     });
 }
 
-void EngineCaptureControl::endWhenIdle() {
+void SessionCaptureControl::endWhenIdle() {
     if (onShutDown_ && captureStopped_ && exportsUnderWay_ == 0) onShutDown_();
 }
 
-void EngineCaptureControl::exportLast(double seconds, const Path& folder, ExportReply reply) {
+void SessionCaptureControl::exportLast(double seconds, const Path& folder, ExportReply reply) {
     exportRange([seconds](const WaveformInfo& held) { return newestRange(held, seconds); }, folder, std::move(reply));
 }
 
-void EngineCaptureControl::exportAll(const Path& folder, ExportReply reply) {
+void SessionCaptureControl::exportAll(const Path& folder, ExportReply reply) {
     exportRange([](const WaveformInfo& held) { return std::pair(held.oldestFrame, held.totalFramesWritten); }, folder,
                 std::move(reply));
 }
 
-void EngineCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, ExportReply reply) {
+void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, ExportReply reply) {
     if (onShutDown_) return reply(Error{0, "rewindle is quitting."});
+    // A folder that was asked for stands as it was given: its parent must exist.
+    const auto target = folder.empty() ? services_.session.settingsManager().exportDirectory() : folder;
     ++exportsUnderWay_;
     auto finish = [weak = std::weak_ptr(self_), reply = std::move(reply)](const Result<Path>& outcome) {
         if (const auto self = weak.lock()) (*self)->onExported(outcome, reply);
     };
     // On the export thread nothing of this object is touched: only services, which outlive the queue's work.
-    services_.engine.copyFrames(std::move(range), services_.exportQueue,
-                                [clips = services_.clips, &mainQueue = services_.mainQueue, folder,
-                                 finish = std::move(finish)](const StereoSamples& samples) {
-                                    auto outcome = writeToFolder(samples, folder, clips);
-                                    mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
-                                });
+    engine().copyFrames(std::move(range), services_.exportQueue,
+                        [clips = services_.clips, &mainQueue = services_.mainQueue, target,
+                         finish = std::move(finish)](const StereoSamples& samples) {
+                            auto outcome = writeToFolder(samples, target, clips);
+                            mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
+                        });
 }
 
-void EngineCaptureControl::onExported(const Result<Path>& outcome, const ExportReply& reply) {
+void SessionCaptureControl::onExported(const Result<Path>& outcome, const ExportReply& reply) {
     --exportsUnderWay_;
     if (outcome) {
         services_.log.info("Saved " + outcome.value().string());
@@ -118,77 +109,72 @@ void EngineCaptureControl::onExported(const Result<Path>& outcome, const ExportR
     endWhenIdle();
 }
 
-void EngineCaptureControl::setFrozen(bool frozen) {
+void SessionCaptureControl::setFrozen(bool frozen) {
     if (onShutDown_) return; // stopping has frozen what is held
-    services_.engine.setFrozen(frozen);
-    if (std::exchange(frozen_, frozen) != frozen) tellStateChanged();
+    engine().setFrozen(frozen);
 }
 
-void EngineCaptureControl::requestStatus(std::function<void(const CaptureStatus&)> reply) {
-    services_.engine.drain([weak = std::weak_ptr(self_), reply = std::move(reply)] {
+void SessionCaptureControl::requestStatus(std::function<void(const CaptureStatus&)> reply) {
+    engine().drain([weak = std::weak_ptr(self_), reply = std::move(reply)] {
         if (const auto self = weak.lock()) reply((*self)->status());
     });
 }
 
-CaptureStatus EngineCaptureControl::status() {
-    const auto& engine = services_.engine;
-    const auto ring = engine.ringBuffer().get();
+CaptureStatus SessionCaptureControl::status() {
+    auto& session = services_.session;
+    const auto ring = engine().ringBuffer().get();
     const auto held = ring->info();
     const auto levels = meter_.read();
     CaptureStatus status;
-    status.running = engine.isRunning().get() && !deviceUid_.empty();
-    status.frozen = frozen_;
+    status.running = engine().isRunning().get() && !deviceUid_.empty();
+    status.frozen = engine().isFrozen().get();
+    status.access = session.permission().state().get();
     status.deviceUid = deviceUid_;
     status.deviceDescription = deviceDescription_;
     status.durationSeconds = static_cast<int>(ring->durationSeconds);
     status.retainedSeconds = static_cast<double>(held.totalFramesWritten - held.oldestFrame) /
                              static_cast<double>(AudioRingBuffer::kFramesPerSecond);
     status.totalFrames = held.totalFramesWritten;
-    status.gainDb = gainDb_;
+    status.gainDb = session.settingsManager().captureGainDB().get();
     status.displayDb = levels.displayDb;
     status.holdDb = levels.holdDb;
     status.troubles = services_.hardware.troubles();
-    status.lastError = lastError_;
+    status.lastError = session.captureErrorMessage().get().value_or("");
     return status;
 }
 
-void EngineCaptureControl::setDuration(int seconds, std::function<void(Result<void>)> reply) {
+void SessionCaptureControl::setDuration(int seconds, std::function<void(Result<void>)> reply) {
     const auto duration = recordingDurationFromSeconds(seconds);
     if (!duration) return reply(Error{0, "A duration is one of 30, 45, 60, 120, 180, 300 or 600 seconds."});
-    const bool differs = services_.engine.ringBuffer().get()->durationSeconds != seconds;
-    services_.engine.setDuration(*duration, [weak = std::weak_ptr(self_), differs, reply = std::move(reply)] {
-        reply({});
-        const auto self = weak.lock();
-        if (self && differs) (*self)->tellStateChanged();
-    });
+    services_.session.settingsManager().setRecordingDuration(*duration);
+    services_.session.whenDurationIsApplied([reply = std::move(reply)] { reply({}); });
 }
 
-Result<void> EngineCaptureControl::setGain(double gainDb) {
+Result<void> SessionCaptureControl::setGain(double gainDb) {
     if (!std::isfinite(gainDb)) return Error{0, "A gain is a number of decibels, -20 to 20."};
-    const auto clamped = static_cast<float>(std::clamp(gainDb, -kGainLimitDb, kGainLimitDb));
-    services_.engine.setGain(clamped, true);
-    if (std::exchange(gainDb_, clamped) != clamped) tellStateChanged();
+    services_.session.settingsManager().setCaptureGainDB(
+        static_cast<float>(std::clamp<double>(gainDb, -kCaptureGainLimitDB, kCaptureGainLimitDB)));
     return {};
 }
 
-void EngineCaptureControl::quit() {
+void SessionCaptureControl::quit() {
     onQuit_();
 }
 
-void EngineCaptureControl::onOutputDeviceChanged() {
-    const auto& uid = services_.engine.outputDeviceUid().get();
+void SessionCaptureControl::onOutputDeviceChanged() {
+    const auto& uid = engine().outputDeviceUid().get();
     deviceUid_ = uid;
     deviceDescription_.clear();
     if (uid.empty()) {
-        if (!onShutDown_) services_.log.info("Capture is interrupted.");
+        if (!onShutDown_)
+            services_.log.info(engine().isRunning().get() ? "Capture is interrupted." : "Capture is off.");
     } else {
-        lastError_.clear();
         requestDeviceDescription(uid);
     }
     tellStateChanged();
 }
 
-void EngineCaptureControl::requestDeviceDescription(const std::string& uid) {
+void SessionCaptureControl::requestDeviceDescription(const std::string& uid) {
     services_.controlQueue.async(
         [&hardware = services_.hardware, &mainQueue = services_.mainQueue, weak = std::weak_ptr(self_), uid] {
             mainQueue.async([weak, uid, description = describeDevice(hardware, uid)] {
@@ -197,20 +183,14 @@ void EngineCaptureControl::requestDeviceDescription(const std::string& uid) {
         });
 }
 
-void EngineCaptureControl::onDeviceDescription(const std::string& uid, const std::string& description) {
+void SessionCaptureControl::onDeviceDescription(const std::string& uid, const std::string& description) {
     if (uid != deviceUid_) return; // another device has come meanwhile
     deviceDescription_ = description;
     services_.log.info("Capturing " + (description.empty() ? uid : description + " (" + uid + ")"));
     tellStateChanged();
 }
 
-void EngineCaptureControl::onCaptureFailed(std::string message) {
-    services_.log.warning(message);
-    lastError_ = std::move(message);
-    tellStateChanged();
-}
-
-void EngineCaptureControl::tellStateChanged() const {
+void SessionCaptureControl::tellStateChanged() const {
     if (onCaptureStateChanged) onCaptureStateChanged();
 }
 

@@ -1,14 +1,5 @@
-#include "app/EngineCaptureControl.h"
-#include "fakes/CapturingLogSink.h"
-#include "fakes/FakeAudioHardware.h"
-#include "fakes/FakeFileSystem.h"
-#include "fakes/HeapAudioMemory.h"
-#include "fakes/ManualQueues.h"
-
-#include <gmock/gmock.h>
-
-#include <limits>
-#include <numeric>
+#include "app/SessionCaptureControl.h"
+#include "app/SessionFixture.h"
 
 namespace rewindle::test {
 namespace {
@@ -18,42 +9,31 @@ using testing::HasSubstr;
 using Call = FakeAudioHardware::Call;
 using Path = std::filesystem::path;
 
-constexpr AudioObjectID kSpeakers = 50;
 constexpr auto kClips = "/home/user/Music/rewindle";
 
-/// The engine with its control, in a world under the test's control. The left samples count the frames.
-class EngineCaptureControlTest : public testing::Test {
+/// The session with its control.
+class SessionCaptureControlTest : public SessionFixture {
 protected:
-    EngineCaptureControlTest() {
-        hardware.addDevice(kSpeakers, "speakers");
-        hardware.setDefaultDevice(kSpeakers);
-        control.emplace(EngineCaptureControl::Services{engine,
-                                                       hardware,
-                                                       queues.control,
-                                                       exportQueue,
-                                                       queues.main,
-                                                       {files, writer, queues.clock},
-                                                       Log(log, "Headless")},
+    SessionCaptureControlTest() {
+        makeSession();
+        control.emplace(SessionCaptureControl::Services{*session,
+                                                        hardware,
+                                                        queues.control,
+                                                        exportQueue,
+                                                        queues.main,
+                                                        {files, writer, queues.clock},
+                                                        Log(log, "Session")},
                         [this] { ++quits; });
         control->onClipExported = [this](const Path& path) { clips.push_back(path); };
         control->onCaptureStateChanged = [this] { ++changes; };
     }
 
-    void settle() {
+    void settle() override {
         do
             queues.settle();
         while (exportQueue.runDue() > 0);
     }
-    void start() {
-        control->start();
-        settle();
-    }
-    void play(std::size_t frames) {
-        std::vector<float> left(frames);
-        std::iota(left.begin(), left.end(), static_cast<float>(played));
-        hardware.play(left, std::vector<float>(frames, 0.5F));
-        played += frames;
-    }
+    void start() { begin(); }
     CaptureControl::ExportReply takeExport() {
         return [this](Result<Path> outcome) { exported.push_back(std::move(outcome)); };
     }
@@ -71,25 +51,16 @@ protected:
         return {left.front(), left.back()};
     }
 
-    ManualQueues queues;
     ManualSerialQueue exportQueue{"com.rewindle.export", queues.clock};
-    FakeAudioHardware hardware{queues.control};
-    HeapAudioMemory memory;
-    CapturingLogSink log;
-    FakeFileSystem files;
     FakeAudioFileWriter writer{files};
-    Rewindle engine{RecordingDuration::thirtySeconds,
-                    0,
-                    {hardware, queues.capture, queues.control, queues.main, queues.clock, memory, log, 77}};
-    std::optional<EngineCaptureControl> control;
-    std::size_t played = 0;
+    std::optional<SessionCaptureControl> control;
     std::vector<Result<Path>> exported;
     std::vector<Path> clips;
     int changes = 0;
     int quits = 0;
 };
 
-TEST_F(EngineCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheRequest) {
+TEST_F(SessionCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheRequest) {
     start();
     play(96'000); // still waits in the device
     struct Case {
@@ -109,7 +80,7 @@ TEST_F(EngineCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheReques
     EXPECT_EQ(clips.back(), exported.back().value());
 }
 
-TEST_F(EngineCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGiven) {
+TEST_F(SessionCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGiven) {
     start();
     play(std::size_t{31} * 48'000); // one second more than is kept
     control->exportAll("/home/user/new", takeExport());
@@ -118,7 +89,7 @@ TEST_F(EngineCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGiven) {
     EXPECT_EQ(exported[0].value().parent_path(), "/home/user/new");
 }
 
-TEST_F(EngineCaptureControlTest, TwoExportsInTheSameMillisecondBothSucceed) {
+TEST_F(SessionCaptureControlTest, TwoExportsInTheSameMillisecondBothSucceed) {
     start();
     play(48'000);
     control->exportAll({}, takeExport());
@@ -131,7 +102,7 @@ TEST_F(EngineCaptureControlTest, TwoExportsInTheSameMillisecondBothSucceed) {
     EXPECT_EQ(clips.size(), 2U);
 }
 
-TEST_F(EngineCaptureControlTest, FailedExportGivesItsReasonAndLeavesTheAudioAlone) {
+TEST_F(SessionCaptureControlTest, FailedExportGivesItsReasonAndLeavesTheAudioAlone) {
     start();
     control->exportAll({}, takeExport());
     settle();
@@ -153,7 +124,7 @@ TEST_F(EngineCaptureControlTest, FailedExportGivesItsReasonAndLeavesTheAudioAlon
     EXPECT_EQ(lastClip(), std::pair(0.0F, 47'999.0F));
 }
 
-TEST_F(EngineCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
+TEST_F(SessionCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
     EXPECT_FALSE(status().running);
     start();
     play(24'000);
@@ -167,10 +138,10 @@ TEST_F(EngineCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
     EXPECT_NEAR(now.displayDb[1], -6.02, 0.01);
     EXPECT_NEAR(now.holdDb[1], -6.02, 0.01);
     EXPECT_EQ(now.lastError, "");
-    EXPECT_EQ(log.count("Headless: Capturing Device speakers (speakers)"), 1);
+    EXPECT_EQ(log.count("Session: Capturing Device speakers (speakers)"), 1);
 }
 
-TEST_F(EngineCaptureControlTest, FreezeHoldsWhatIsThereAndIsToldAsLastAsked) {
+TEST_F(SessionCaptureControlTest, FreezeHoldsWhatIsThereAndIsToldAsLastAsked) {
     start();
     play(4'800);
     control->setFrozen(true);
@@ -188,20 +159,20 @@ TEST_F(EngineCaptureControlTest, FreezeHoldsWhatIsThereAndIsToldAsLastAsked) {
     EXPECT_EQ(changes, before + 1);
 }
 
-TEST_F(EngineCaptureControlTest, StartErrorIsToldOnceAndForgottenWhenCaptureRuns) {
+TEST_F(SessionCaptureControlTest, StartErrorIsToldOnceAndForgottenWhenCaptureRuns) {
     hardware.refuse(Call::createTap, -111);
     start();
     queues.runFor(10s);
     EXPECT_EQ(status().lastError, "Failed to create system audio tap (error -111).");
     EXPECT_FALSE(status().running);
-    EXPECT_EQ(log.count("Headless: Failed to create system audio tap"), 1);
+    EXPECT_EQ(log.count("Session: Failed to create system audio tap"), 1);
     hardware.allow(Call::createTap);
     queues.runFor(3s);
     EXPECT_EQ(status().lastError, "");
     EXPECT_TRUE(status().running);
 }
 
-TEST_F(EngineCaptureControlTest, RestartErrorSaysThatItIsTriedAgain) {
+TEST_F(SessionCaptureControlTest, RestartErrorSaysThatItIsTriedAgain) {
     start();
     hardware.refuse(Call::start, -5);
     hardware.fire(AudioProperty::defaultOutputDevice);
@@ -217,7 +188,7 @@ TEST_F(EngineCaptureControlTest, RestartErrorSaysThatItIsTriedAgain) {
     EXPECT_EQ(status().lastError, "");
 }
 
-TEST_F(EngineCaptureControlTest, DurationChangesWhenTheAudioHasBeenMoved) {
+TEST_F(SessionCaptureControlTest, DurationChangesWhenTheAudioHasBeenMoved) {
     start();
     play(48'000);
     std::vector<bool> replies;
@@ -236,7 +207,7 @@ TEST_F(EngineCaptureControlTest, DurationChangesWhenTheAudioHasBeenMoved) {
     EXPECT_EQ(status().totalFrames, 48'000);
 }
 
-TEST_F(EngineCaptureControlTest, GainIsClampedAndMustBeANumber) {
+TEST_F(SessionCaptureControlTest, GainIsClampedAndMustBeANumber) {
     start();
     for (const auto& [asked, set] : {std::pair(-6.0, -6.0F), std::pair(99.0, 20.0F), std::pair(-1e30, -20.0F)}) {
         EXPECT_TRUE(control->setGain(asked));
@@ -250,7 +221,7 @@ TEST_F(EngineCaptureControlTest, GainIsClampedAndMustBeANumber) {
     EXPECT_NEAR(files.files[exported.back().value()].right.back(), 0.05F, 1e-4F);
 }
 
-TEST_F(EngineCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {
+TEST_F(SessionCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {
     start();
     play(48'000);
     control->quit();
@@ -271,7 +242,7 @@ TEST_F(EngineCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {
     EXPECT_EQ(hardware.liveObjects(), 0U);
 }
 
-TEST_F(EngineCaptureControlTest, WhatIsStillOnTheQueuesAtItsEndIsDropped) {
+TEST_F(SessionCaptureControlTest, WhatIsStillOnTheQueuesAtItsEndIsDropped) {
     start();
     play(480);
     control->exportAll({}, takeExport());

@@ -1,0 +1,89 @@
+#include "program/DesktopProgram.h"
+
+#include "ui/NightfallDialog.h"
+
+#include <QApplication>
+
+namespace rewindle {
+
+DesktopProgram::DesktopProgram(LogSink& log)
+    : log_(log, "Desktop"), workspace_(QDBusConnection::sessionBus()),
+      loginItem_(XdgLoginItem::defaultFolder(), QtProcessLauncher().executable()),
+      host_({.log = log, .loginItem = loginItem_, .folderChooser = folderChooser_, .workspace = workspace_}, {},
+            [this] { delegate_.quit(); }),
+      theme_(host_.session().themeManager()),
+      mainWindowHosting_(application_, presentation_, host_.defaults(), host_.session().settingsManager()),
+      statusItem_(QDBusConnection::sessionBus()),
+      menuBar_(statusItem_,
+               {.showMainWindow = [this] { mainWindowHosting_.show(); }, .quitApp = [this] { delegate_.quit(); }}),
+      delegate_({.session = host_.session(),
+                 .menuBar = menuBar_,
+                 .mainWindow = mainWindowHosting_,
+                 .application = application_,
+                 .mainQueue = host_.mainQueue()}),
+      service_(host_.control(), QDBusConnection::sessionBus(), Log(log, "Control")),
+      dbusApplication_(service_, QDBusConnection::sessionBus(),
+                       {.activate = [this](const ActivationToken& token) { reopen(token); }, .actions = {}}) {
+    presentation_.openWindow = [this] { openMainWindow(); };
+    host_.session().setShowMainWindow([this] { mainWindowHosting_.show(); });
+    delegate_.setQuitHook([this](std::function<void()> done) { host_.control().shutDown(std::move(done)); });
+    application_.setBecameActiveHandler([this] { delegate_.becameActive(); });
+    workspace_.setSettingsLinkHandler([this] { showSettings(); });
+    host_.consent().setQuestion([this](std::function<void(bool)> answer) {
+        mainWindowHosting_.show();
+        askForSystemAudio(theme_, mainWindow_.get(), std::move(answer));
+    });
+}
+
+DesktopProgram::Start DesktopProgram::start() {
+    return service_.start() == DbusControlService::Start::alreadyRunning ? Start::alreadyRunning : Start::ready;
+}
+
+int DesktopProgram::run(bool hidden) {
+    activator_.useToken(ActivationToken::fromEnvironment());
+    delegate_.finishedLaunching(hidden);
+    return QApplication::exec();
+}
+
+void DesktopProgram::openMainWindow() {
+    mainWindow_ = std::make_unique<MainWindow>(
+        host_.session(), host_.control(), theme_,
+        MainWindow::Actions{.openSettings = [this] { showSettings(); },
+                            .revealFile = [this](const auto& path) { workspace_.revealFile(path); },
+                            .closeRequested = [this] { closeMainWindow(); },
+                            .quit = [this] { delegate_.quit(); }});
+    mainQtWindow_ = std::make_unique<QtWindow>(*mainWindow_, activator_);
+    mainWindowHosting_.setMainWindow(mainQtWindow_.get());
+    mainQtWindow_->makeKeyAndOrderFront();
+}
+
+void DesktopProgram::closeMainWindow() {
+    auto& defaults = host_.defaults();
+    if (statusItem_.isShown() || defaults.flag(kHidingKey)) return mainWindowHosting_.hide();
+    // Nothing on the screen will tell that the program goes on, and how to get the window back.
+    defaults.set(kHidingKey, true);
+    tellThatWindowIsHidden(theme_, mainWindow_.get(), [this](bool) { mainWindowHosting_.hide(); });
+}
+
+void DesktopProgram::showSettings() {
+    if (!settingsWindow_) {
+        settingsWindow_ = std::make_unique<SettingsWindow>(
+            host_.session(), host_.control(), theme_,
+            SettingsWindow::Actions{.setConsent = [this](bool granted) { setConsent(granted); }});
+    }
+    settingsWindow_->show();
+    activator_.activate(*settingsWindow_);
+}
+
+void DesktopProgram::setConsent(bool granted) {
+    const auto stored = host_.consent().store(granted);
+    if (!stored) log_.error("The consent could not be stored: " + stored.error().message);
+    host_.session().permission().consentChanged();
+}
+
+void DesktopProgram::reopen(const ActivationToken& token) {
+    activator_.useToken(token);
+    (void)delegate_.shouldHandleReopen(mainWindow_ && mainWindow_->isVisible());
+}
+
+} // namespace rewindle

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "app/MainWindowHosting.h"
+#include "app/MenuBarController.h"
+#include "base/Log.h"
+#include "platform/desktop/DbusApplication.h"
+#include "platform/desktop/DbusControlService.h"
+#include "platform/desktop/TerminationSignals.h"
+#include "platform/desktop/XdgLoginItem.h"
+#include "platform/widgets/QtApplication.h"
+#include "platform/widgets/QtFolderChooser.h"
+#include "platform/widgets/QtStatusItem.h"
+#include "platform/widgets/QtWindow.h"
+#include "platform/widgets/QtWorkspace.h"
+#include "platform/widgets/WindowActivator.h"
+#include "program/SessionHost.h"
+#include "ui/MainWindow.h"
+#include "ui/NightfallTheme.h"
+#include "ui/SettingsWindow.h"
+
+#include <memory>
+
+namespace rewindle {
+
+/// The application on a desktop: the session with its windows and its place in the status bar. Windows are made when
+/// they are first shown.
+///
+/// Threads:   interface thread.
+/// Lifecycle: make it after the QApplication.
+class DesktopProgram {
+public:
+    explicit DesktopProgram(LogSink& log);
+    DesktopProgram(const DesktopProgram&) = delete;
+    DesktopProgram& operator=(const DesktopProgram&) = delete;
+
+    enum class Start { ready, alreadyRunning };
+    /// Takes the program's name on the session bus. Without a bus it is the only instance.
+    [[nodiscard]] Start start();
+    /// Until the user quits; what the process exits with. Requires: started.
+    [[nodiscard]] int run(bool hidden);
+
+private:
+    static constexpr std::string_view kHidingKey = "com.rewindle.hasExplainedHiding";
+
+    void openMainWindow();
+    void closeMainWindow();
+    void showSettings();
+    void setConsent(bool granted);
+    void reopen(const ActivationToken& token);
+
+    TerminationSignals signals_{[this] { delegate_.quit(); }};
+    Log log_;
+    QtApplication application_;
+    WindowActivator activator_;
+    QtWorkspace workspace_;
+    XdgLoginItem loginItem_;
+    QtFolderChooser folderChooser_;
+    SessionHost host_;
+    NightfallTheme theme_;
+    MainWindowPresentation presentation_;
+    MainWindowHosting mainWindowHosting_;
+    QtStatusItem statusItem_;
+    MenuBarController menuBar_;
+    AppDelegate delegate_;
+    DbusControlService service_;
+    DbusApplication dbusApplication_;
+    std::unique_ptr<MainWindow> mainWindow_;
+    std::unique_ptr<QtWindow> mainQtWindow_;
+    std::unique_ptr<SettingsWindow> settingsWindow_;
+};
+
+} // namespace rewindle

@@ -1,0 +1,36 @@
+#include "program/HeadlessProgram.h"
+
+#include "program/Messages.h"
+
+namespace rewindle {
+
+HeadlessProgram::HeadlessProgram(LogSink& log, std::optional<RecordingDuration> durationForThisRun)
+    : log_(log, "Headless"),
+      host_({.log = log, .loginItem = loginItem_, .folderChooser = desktop_, .workspace = desktop_},
+            durationForThisRun, [this] { end(); }),
+      service_(host_.control(), QDBusConnection::sessionBus(), Log(log, "Control")) {}
+
+int HeadlessProgram::run() {
+    if (service_.start() == DbusControlService::Start::alreadyRunning) {
+        return fail(ExitCode::failed, "another instance is running already");
+    }
+    auto& permission = host_.session().permission();
+    accessObservation_ = permission.state().observe([this] { sayWhatIsMissing(); });
+    host_.session().begin();
+    permission.reconcileOnLaunch([&permission] {
+        permission.consentChanged(); // it may have been granted before the first start
+    });
+    return QCoreApplication::exec();
+}
+
+void HeadlessProgram::sayWhatIsMissing() {
+    const auto state = host_.session().permission().state().get();
+    if (state != AudioCaptureAccessState::firstRun && state != AudioCaptureAccessState::needsSystemSettings) return;
+    log_.warning("Nothing is captured: audio access is not granted. Grant it with: rewindle grant");
+}
+
+void HeadlessProgram::end() {
+    host_.control().shutDown([] { QCoreApplication::exit(static_cast<int>(ExitCode::done)); });
+}
+
+} // namespace rewindle

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "base/Log.h"
+#include "platform/desktop/DbusControlService.h"
+#include "platform/desktop/NoLoginItem.h"
+#include "platform/desktop/TerminationSignals.h"
+#include "program/SessionHost.h"
+
+#include <QCoreApplication>
+
+namespace rewindle {
+
+/// The program without a window: captures, and does what it is asked over the session bus.
+class HeadlessProgram {
+public:
+    HeadlessProgram(LogSink& log, std::optional<RecordingDuration> durationForThisRun);
+
+    /// Until it is told to end; what the process exits with.
+    [[nodiscard]] int run();
+
+private:
+    /// There is nobody to choose a folder, and nothing to show one in.
+    struct NoDesktop final : FolderChooser, Workspace {
+        [[nodiscard]] std::optional<std::filesystem::path> chooseFolder(const Question&) override { return {}; }
+        bool open(const std::string&) override { return false; }
+        [[nodiscard]] bool canParse(const std::string&) const override { return true; }
+        bool openFolder(const std::filesystem::path&) override { return false; }
+        bool revealFile(const std::filesystem::path&) override { return false; }
+    };
+
+    void end();
+    void sayWhatIsMissing();
+
+    TerminationSignals signals_{[this] { end(); }}; // before the first thread
+    Log log_;
+    NoLoginItem loginItem_;
+    NoDesktop desktop_;
+    SessionHost host_;
+    DbusControlService service_;
+    Observation accessObservation_;
+};
+
+} // namespace rewindle
