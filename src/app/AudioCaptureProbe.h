@@ -27,7 +27,8 @@ using Probe = std::function<void(Reply)>;
 void probe(ConsentService& consent, const Reply& reply);
 /// Has the user asked.
 void request(ConsentService& consent, const Log& log, const Reply& reply);
-/// Asks by way of a fresh copy of this program; falls back to `preflight`.
+/// Asks by way of a fresh copy of this program; falls back to what this process is told, with an unavailable service
+/// counting as denied.
 void freshProbe(ConsentService& consent, ProcessLauncher& launcher, const Log& log, const Reply& reply);
 
 } // namespace AudioCaptureProbe

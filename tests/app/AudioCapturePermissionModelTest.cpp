@@ -118,17 +118,22 @@ TEST_F(AudioCapturePermissionModelTest, FlowCompletedUnderTheOlderKeyCountsAndMo
 }
 
 TEST_F(AudioCapturePermissionModelTest, RequestEndsWithTheUsersAnswerAndIsMadeOnce) {
-    for (const auto& [outcome, expected] :
-         {std::pair(Outcome::denied, State::needsSystemSettings), std::pair(Outcome::granted, State::granted)}) {
-        launch(Outcome::noEntry);
+    struct Case {
+        Outcome before;
+        Outcome answer;
+        State after;
+    };
+    for (const auto& [before, answer, after] : {Case{Outcome::noEntry, Outcome::denied, State::needsSystemSettings},
+                                                Case{Outcome::denied, Outcome::granted, State::granted}}) {
+        launch(before);
         completions.clear();
         model->requestAccess(note());
         model->requestAccess(note());
         model->foregroundCheck(); // closing the question brings the window to the front
         EXPECT_TRUE(children.empty());
-        userSays(outcome);
+        userSays(answer);
         EXPECT_TRUE(questions.empty());
-        EXPECT_THAT(completions, ElementsAre(expected, expected));
+        EXPECT_THAT(completions, ElementsAre(after, after));
         EXPECT_TRUE(defaults.flag(kFlow));
     }
 }
