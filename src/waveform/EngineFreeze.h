@@ -1,0 +1,19 @@
+#pragma once
+
+#include "capture/Rewindle.h"
+#include "waveform/CaptureFreeze.h"
+
+namespace rewindle {
+
+/// The engine's freeze: it takes effect in order with the engine's copies, so that no clip loses frames by it.
+class EngineFreeze final : public CaptureFreeze {
+public:
+    explicit EngineFreeze(Rewindle& engine) : engine_(engine) {}
+    [[nodiscard]] bool isFrozen() const override { return engine_.isFrozen().get(); }
+    void setFrozen(bool frozen) override { engine_.setFrozen(frozen); }
+
+private:
+    Rewindle& engine_;
+};
+
+} // namespace rewindle
