@@ -1,14 +1,13 @@
 #include "Bench.h"
+#include "LinearRead.h"
+#include "PageMemory.h"
 
 #include "capture/AudioRingBuffer.h"
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <experimental/simd>
 #include <limits>
 #include <memory>
-#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -17,16 +16,6 @@ namespace rewindle::bench {
 namespace {
 
 constexpr std::int64_t kEnd = std::numeric_limits<std::int64_t>::max();
-
-/// Zeroed pages straight from the system, for both sides of every comparison.
-class PageMemory final : public AudioMemory {
-public:
-    Block allocate(std::size_t bytes) override {
-        void* block = std::calloc(1, bytes);
-        if (!block) throw std::bad_alloc();
-        return Block(block, Release{[](void* p, std::size_t) { std::free(p); }, bytes});
-    }
-};
 
 std::vector<float> noise(std::size_t size, unsigned seed) {
     std::mt19937 engine(seed);
@@ -116,24 +105,6 @@ std::vector<Row> copyRows() {
                  std::memcpy(right->data(), source->data(), size * sizeof(float));
                  keep(left->data());
              }}};
-}
-
-/// Reads every value once, as fast as the vector unit takes them.
-float linearRead(const std::vector<float>& values) {
-    namespace simd = std::experimental;
-    using Floats = simd::native_simd<float>;
-    std::array<Floats, 4> largest{};
-    std::size_t i = 0;
-    for (; i + 4 * Floats::size() <= values.size(); i += 4 * Floats::size()) {
-        for (std::size_t k = 0; k < 4; ++k) {
-            const Floats some(values.data() + i + k * Floats::size(), simd::element_aligned);
-            largest[k] = simd::max(some, largest[k]);
-        }
-    }
-    float result = simd::hmax(simd::max(simd::max(largest[0], largest[1]), simd::max(largest[2], largest[3])));
-    for (; i < values.size(); ++i)
-        result = std::max(result, values[i]);
-    return result;
 }
 
 std::vector<Row> readRows() {

@@ -35,9 +35,10 @@ public:
 /// Threads: interface thread.
 class ClipPasteboard {
 public:
+    using Completion = std::function<void(const Result<void, WaveformExportError>&)>;
     virtual ~ClipPasteboard() = default;
-    /// Puts the range there in place of what was there.
-    [[nodiscard]] virtual Result<void, WaveformExportError> copyClip(const ClipRange& range) = 0;
+    /// Puts the range there in place of what was there. `completion` may come before this returns.
+    virtual void copyClip(const ClipRange& range, Completion completion) = 0;
 };
 
 /// Lets the user drag clips to other programs.

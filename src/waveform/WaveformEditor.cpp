@@ -114,7 +114,7 @@ void WaveformEditor::updateLiveFollowArming() {
     reportingFollow([&] { rearmed = timeline_.rearmLiveFollowIfAtEdge(marks_.hasMarks(), capacity()); });
     if (!rearmed) return;
     // A view that follows without marks comes here in every tick. That alone is no reason to draw.
-    if (followed && !marks_.insertMarkerFrame && !auditionPlaying()) return;
+    if (followed && !marks_.insertMarkerFrame && !auditionCursor_.playbackCursorFrame) return;
     stopAudition();
     marks_.insertMarkerFrame.reset();
     changed();
@@ -130,17 +130,17 @@ void WaveformEditor::setZoom(double multiplier, double anchorX, bool centered) {
 void WaveformEditor::pan(double frames) {
     if (!ringBuffer_) return;
     timeline_.pan(frames, capacity());
-    keepPlaceOfView();
+    placeChangedByUser();
 }
 
 void WaveformEditor::drag(double frames) {
     if (!ringBuffer_) return;
     timeline_.moveStartTo(timeline_.viewStartFrame + frames, capacity());
     timeline_.updateOldestEdgeHold(capacity(), timeline_.cachedOldestStart);
-    keepPlaceOfView();
+    placeChangedByUser();
 }
 
-void WaveformEditor::keepPlaceOfView() {
+void WaveformEditor::placeChangedByUser() {
     if (auditionPlaying()) auditionCursor_.suppressAuditionViewportFollow = true;
     updateLiveFollowArming();
     changed();

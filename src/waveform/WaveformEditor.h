@@ -102,7 +102,7 @@ private:
     void changed() const;
     void resetTimeline();
     void advanceAuditionCursor();
-    void keepPlaceOfView();
+    void placeChangedByUser();
     [[nodiscard]] std::optional<ClipRange> auditionRange() const;
 
     const Services services_;

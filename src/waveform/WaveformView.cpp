@@ -118,7 +118,7 @@ WaveformDrawnState WaveformView::currentState() const {
     state.insertMarker = editor_.marks().insertMarkerFrame.value_or(WaveformDrawnState::kNone);
     state.cursorBlinkVisible = cursor.cursorBlinkVisible;
     state.followLive = timeline.followLive;
-    state.auditionPlaying = editor_.auditionPlaying();
+    state.auditionPlaying = cursor.playbackCursorFrame.has_value(); // as of this tick; asking takes a lock
     return state;
 }
 

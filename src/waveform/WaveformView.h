@@ -126,7 +126,14 @@ private:
     void handleSpace();
     void handleArrow(bool toTheRight, bool extends);
     void pan(const ScrollEvent& event);
-    void tellExportFailure(const std::optional<WaveformExportError>& failure) const;
+    /// Takes the outcome of an export to `onExportFailure`, unless the view is gone by then.
+    [[nodiscard]] auto exportReport() const {
+        return [weak = std::weak_ptr(self_)](const auto& outcome) {
+            const auto self = weak.lock();
+            if (!self || !(*self)->onExportFailure) return;
+            (*self)->onExportFailure(outcome ? std::nullopt : std::optional(outcome.error()));
+        };
+    }
 
     const Services services_;
     WaveformEditor editor_;

@@ -66,9 +66,7 @@ bool WaveformView::performKeyEquivalent(const KeyEvent& event) {
 
 void WaveformView::copy() {
     const auto range = editor_.marks().selectedRange();
-    if (!range || !editor_.ringBuffer()) return;
-    const auto copied = services_.pasteboard.copyClip(*range);
-    tellExportFailure(copied ? std::nullopt : std::optional(copied.error()));
+    if (range && editor_.ringBuffer()) services_.pasteboard.copyClip(*range, exportReport());
 }
 
 void WaveformView::selectAll() {
@@ -77,15 +75,7 @@ void WaveformView::selectAll() {
 }
 
 void WaveformView::saveAllCapturedAudioAs() {
-    if (!editor_.ringBuffer()) return;
-    services_.saver.saveClip(editor_.marks().selectedRange(), [weak = std::weak_ptr(self_)](const auto& saved) {
-        const auto self = weak.lock();
-        if (self) (*self)->tellExportFailure(saved ? std::nullopt : std::optional(saved.error()));
-    });
-}
-
-void WaveformView::tellExportFailure(const std::optional<WaveformExportError>& failure) const {
-    if (onExportFailure) onExportFailure(failure);
+    if (editor_.ringBuffer()) services_.saver.saveClip(editor_.marks().selectedRange(), exportReport());
 }
 
 void WaveformView::clearWaveformSelection() {

@@ -52,14 +52,14 @@ struct FakeAudition final : AuditionControl {
 
 /// All that takes clips.
 struct FakeOutlets final : ClipSaver, ClipPasteboard, ClipDragSource {
-    void saveClip(std::optional<ClipRange> range, Completion completion) override {
+    void saveClip(std::optional<ClipRange> range, ClipSaver::Completion completion) override {
         saves.push_back(range);
         finishSave = std::move(completion);
     }
-    Result<void, WaveformExportError> copyClip(const ClipRange& range) override {
+    void copyClip(const ClipRange& range, ClipPasteboard::Completion completion) override {
         copied = range;
-        if (refuses) return WaveformExportError::writeFailed({1, "refused"});
-        return {};
+        if (refuses) return completion(WaveformExportError::writeFailed({1, "refused"}));
+        completion({});
     }
     bool beginDrag(const ClipRange& range, const Rect& rect, const MouseEvent&,
                    std::function<void()> ended) override {
@@ -70,7 +70,7 @@ struct FakeOutlets final : ClipSaver, ClipPasteboard, ClipDragSource {
         return true;
     }
     std::vector<std::optional<ClipRange>> saves;
-    Completion finishSave;
+    ClipSaver::Completion finishSave;
     std::optional<ClipRange> copied, dragged;
     Rect draggedRect;
     std::function<void()> endDrag;
