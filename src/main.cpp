@@ -2,11 +2,15 @@
 #include "app/CommandLine.h"
 #include "base/Log.h"
 #include "platform/desktop/DbusControlClient.h"
+#include "platform/desktop/DisplayCheck.h"
+#include "platform/desktop/InstanceClient.h"
 #include "platform/desktop/StoredConsentProbe.h"
+#include "program/DesktopProgram.h"
 #include "program/HeadlessProgram.h"
 #include "program/Messages.h"
+#include "ui/NightfallDialog.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 
 #include <cstdlib>
 #include <string_view>
@@ -14,6 +18,9 @@
 
 namespace rewindle {
 namespace {
+
+constexpr std::string_view kHeadlessIsRunning =
+    "an instance without a window is running already; end it with: rewindle quit";
 
 const char* logLevel() {
     return std::getenv("REWINDLE_LOG"); // NOLINT(concurrency-mt-unsafe): nothing here writes the environment
@@ -39,13 +46,43 @@ auto withoutDisplay(char** argv, Body body) {
     return body();
 }
 
+/// Says in a window that an instance without one is running, and waits until the user has seen it.
+void showMessage(char** argv, LogSink& log) {
+    QtApplication::identify();
+    int nameOnly = 1;
+    const QApplication application(nameOnly, argv);
+    JsonDefaultsStore defaults(JsonDefaultsStore::defaultFile(), Log(log, "Settings"));
+    ThemeManager themes(defaults);
+    const NightfallTheme theme(themes);
+    NightfallDialog::present(
+        theme,
+        {.title = QStringLiteral("rewindle is running without a window"),
+         .text = QStringLiteral("It keeps what it has heard. To use the window, save what you need "
+                                "with \u201crewindle export\u201d, end it with \u201crewindle "
+                                "quit\u201d, and start rewindle again."),
+         .accept = QStringLiteral("Close"),
+         .refuse = {}},
+        nullptr, [](bool) { QCoreApplication::quit(); });
+    QApplication::exec();
+}
+
 /// Carries out what was asked. Qt is started only for what needs it.
 struct Runner {
     char** argv;
     LogSink& log;
 
-    int operator()(const WindowCommand&) const {
-        return fail(ExitCode::usage, "nothing to do: try --headless, which captures, or --help");
+    int operator()(const WindowCommand& command) const {
+        if (const auto handedOver = handOver(command)) return *handedOver;
+        if (const auto problem = displayProblem(DisplayEnvironment::ofProcess())) {
+            return fail(ExitCode::failed, *problem + "; to capture without a window: rewindle --headless");
+        }
+        QtApplication::identify();
+        int nameOnly = 1;
+        const QApplication application(nameOnly, argv);
+        DesktopProgram program(log);
+        if (program.start() == DesktopProgram::Start::ready) return program.run(command.hidden);
+        // Somebody was faster, between the question above and now.
+        return handOver(command).value_or(static_cast<int>(ExitCode::failed));
     }
     int operator()(const ControlCommand& command) const {
         const auto outcome =
@@ -63,6 +100,34 @@ struct Runner {
     int operator()(const HelpCommand&) const { return print(helpText()); }
     int operator()(const VersionCommand&) const { return print("rewindle " REWINDLE_VERSION "\n"); }
     int operator()(const UsageError& error) const { return fail(ExitCode::usage, error.message); }
+
+    /// What to exit with when an instance runs already; none when this one has to do the work.
+    [[nodiscard]] std::optional<int> handOver(const WindowCommand& command) const {
+        const auto answer = withoutDisplay(argv, [&] {
+            // A connection of its own: the shared one would deliver nothing more once this application object is gone.
+            const auto name = QStringLiteral("handover");
+            const InstanceClient client(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name));
+            const auto found = command.hidden ? client.find() : client.activate(ActivationToken::fromEnvironment());
+            QDBusConnection::disconnectFromBus(name);
+            return found;
+        });
+        switch (answer) {
+        case InstanceAnswer::shown:
+        case InstanceAnswer::windowed: return static_cast<int>(ExitCode::done);
+        case InstanceAnswer::headless: return refuseBesideHeadless(command);
+        case InstanceAnswer::failed: return fail(ExitCode::failed, "the running instance does not answer");
+        case InstanceAnswer::noInstance:
+        case InstanceAnswer::noBus: break;
+        }
+        return std::nullopt;
+    }
+
+    /// Ending the other instance here would throw away what it holds.
+    [[nodiscard]] int refuseBesideHeadless(const WindowCommand& command) const {
+        const int status = fail(ExitCode::failed, kHeadlessIsRunning);
+        if (!command.hidden && !displayProblem(DisplayEnvironment::ofProcess())) showMessage(argv, log);
+        return status;
+    }
 };
 
 } // namespace

@@ -24,6 +24,11 @@ DesktopProgram::DesktopProgram(LogSink& log)
       service_(host_.control(), QDBusConnection::sessionBus(), Log(log, "Control")),
       dbusApplication_(service_, QDBusConnection::sessionBus(),
                        {.activate = [this](const ActivationToken& token) { reopen(token); }, .actions = {}}) {
+    actions_ = {.openSettings = [this] { showSettings(); },
+                .revealFile = [this](const auto& file) { workspace_.revealFile(file); },
+                .closeRequested = [this] { closeMainWindow(); },
+                .quit = [this] { delegate_.quit(); },
+                .setConsent = [this](bool granted) { setConsent(granted); }};
     presentation_.openWindow = [this] { openMainWindow(); };
     host_.session().setShowMainWindow([this] { mainWindowHosting_.show(); });
     delegate_.setQuitHook([this](std::function<void()> done) { host_.control().shutDown(std::move(done)); });
@@ -46,12 +51,7 @@ int DesktopProgram::run(bool hidden) {
 }
 
 void DesktopProgram::openMainWindow() {
-    mainWindow_ = std::make_unique<MainWindow>(
-        host_.session(), host_.control(), theme_,
-        MainWindow::Actions{.openSettings = [this] { showSettings(); },
-                            .revealFile = [this](const auto& path) { workspace_.revealFile(path); },
-                            .closeRequested = [this] { closeMainWindow(); },
-                            .quit = [this] { delegate_.quit(); }});
+    mainWindow_ = std::make_unique<MainWindow>(host_.session(), host_.control(), host_.defaults(), theme_, actions_);
     mainQtWindow_ = std::make_unique<QtWindow>(*mainWindow_, activator_);
     mainWindowHosting_.setMainWindow(mainQtWindow_.get());
     mainQtWindow_->makeKeyAndOrderFront();
@@ -59,17 +59,16 @@ void DesktopProgram::openMainWindow() {
 
 void DesktopProgram::closeMainWindow() {
     auto& defaults = host_.defaults();
-    if (statusItem_.isShown() || defaults.flag(kHidingKey)) return mainWindowHosting_.hide();
-    // Nothing on the screen will tell that the program goes on, and how to get the window back.
+    mainWindowHosting_.hide();
+    if (statusItem_.isShown() || defaults.flag(kHidingKey)) return;
+    // Nothing on the screen tells that the program goes on, and how to get the window back.
     defaults.set(kHidingKey, true);
-    tellThatWindowIsHidden(theme_, mainWindow_.get(), [this](bool) { mainWindowHosting_.hide(); });
+    tellThatWindowIsHidden(theme_, nullptr);
 }
 
 void DesktopProgram::showSettings() {
     if (!settingsWindow_) {
-        settingsWindow_ = std::make_unique<SettingsWindow>(
-            host_.session(), host_.control(), theme_,
-            SettingsWindow::Actions{.setConsent = [this](bool granted) { setConsent(granted); }});
+        settingsWindow_ = std::make_unique<SettingsWindow>(host_.session(), host_.control(), theme_, actions_);
     }
     settingsWindow_->show();
     activator_.activate(*settingsWindow_);

@@ -15,6 +15,7 @@
 #include "platform/widgets/QtWorkspace.h"
 #include "platform/widgets/WindowActivator.h"
 #include "program/SessionHost.h"
+#include "ui/Actions.h"
 #include "ui/MainWindow.h"
 #include "ui/NightfallTheme.h"
 #include "ui/SettingsWindow.h"
@@ -65,6 +66,7 @@ private:
     AppDelegate delegate_;
     DbusControlService service_;
     DbusApplication dbusApplication_;
+    Actions actions_;
     std::unique_ptr<MainWindow> mainWindow_;
     std::unique_ptr<QtWindow> mainQtWindow_;
     std::unique_ptr<SettingsWindow> settingsWindow_;

@@ -8,7 +8,8 @@
 namespace rewindle {
 namespace {
 
-constexpr int kAnswerTimeoutMs = 3'000;
+constexpr int timeoutMs_ = 3'000;
+constexpr auto kApplicationInterface = "org.freedesktop.Application";
 
 InstanceAnswer answerOf(const QDBusError& error) {
     switch (error.type()) {
@@ -29,12 +30,25 @@ InstanceAnswer answerOf(const QDBusError& error) {
 
 InstanceAnswer InstanceClient::activate(const ActivationToken& token) const {
     if (!bus_.isConnected()) return InstanceAnswer::noBus;
-    auto call =
+    return answerOf(QDBusError(call(kApplicationInterface, "Activate", {token.toPlatformData()})));
+}
+
+InstanceAnswer InstanceClient::find() const {
+    if (!bus_.isConnected()) return InstanceAnswer::noBus;
+    const auto reply = call("org.freedesktop.DBus.Introspectable", "Introspect", {});
+    const auto answer = answerOf(QDBusError(reply));
+    if (answer != InstanceAnswer::shown) return answer;
+    const bool hasWindow = reply.arguments().value(0).toString().contains(QLatin1String(kApplicationInterface));
+    return hasWindow ? InstanceAnswer::windowed : InstanceAnswer::headless;
+}
+
+QDBusMessage InstanceClient::call(const char* interface, const char* method, const QVariantList& arguments) const {
+    auto message =
         QDBusMessage::createMethodCall(QString::fromLatin1(kControlBusName), QString::fromLatin1(kControlObjectPath),
-                                       QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"));
-    call.setAutoStartService(false);
-    call.setArguments({token.toPlatformData()});
-    return answerOf(QDBusError(bus_.call(call, QDBus::Block, kAnswerTimeoutMs)));
+                                       QString::fromLatin1(interface), QString::fromLatin1(method));
+    message.setAutoStartService(false);
+    message.setArguments(arguments);
+    return bus_.call(message, QDBus::Block, timeoutMs_);
 }
 
 } // namespace rewindle

@@ -3,12 +3,14 @@
 #include "platform/desktop/ActivationToken.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 
 namespace rewindle {
 
 /// What a second start of the program found.
 enum class InstanceAnswer {
     shown,      // the running instance comes to the front
+    windowed,   // an instance with a window runs, and was left in peace
     headless,   // an instance runs that has no window
     noInstance, // nobody runs on this bus
     noBus,      // there is no bus
@@ -17,15 +19,21 @@ enum class InstanceAnswer {
 
 /// Brings the instance that runs on the same bus to the front. Never starts one.
 ///
-/// Threads: interface thread, which waits for the answer, at most 3 s. A QCoreApplication will do.
+/// Threads: interface thread, which waits for the answer, but not for long. A QCoreApplication will do.
 class InstanceClient {
 public:
-    explicit InstanceClient(QDBusConnection bus) : bus_(std::move(bus)) {}
+    explicit InstanceClient(QDBusConnection bus, int timeoutMs = 3'000)
+        : bus_(std::move(bus)), timeoutMs_(timeoutMs) {}
     /// `token`: what the caller was itself started with.
     [[nodiscard]] InstanceAnswer activate(const ActivationToken& token) const;
+    /// Only looks who runs.
+    [[nodiscard]] InstanceAnswer find() const;
 
 private:
+    [[nodiscard]] QDBusMessage call(const char* interface, const char* method, const QVariantList& arguments) const;
+
     QDBusConnection bus_;
+    int timeoutMs_;
 };
 
 } // namespace rewindle
