@@ -1,6 +1,5 @@
 #include "ui/MainWindow.h"
 
-#include "ui/NightfallIcons.h"
 #include "ui/NightfallSurface.h"
 
 #include <QCloseEvent>
@@ -16,7 +15,6 @@ MainWindow::MainWindow(AppSession& session, CaptureControl& control, DefaultsSto
     : actions_(actions), root_(new RootView(session, control, defaults, theme, actions)),
       dialogLock_(new QWidget(this)) {
     setWindowTitle(u"rewindle"_s);
-    setWindowIcon(applicationIcon());
     setMinimumSize(kLeastWidth, kLeastHeight);
     fillWithSurface(*this, theme, &NightfallPalette::window);
     fillWithSurface(*dialogLock_, theme, &NightfallPalette::scrim);

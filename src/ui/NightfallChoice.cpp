@@ -57,7 +57,7 @@ private:
 NightfallChoice::NightfallChoice(const NightfallTheme& theme, const QStringList& labels, QWidget* parent)
     : QWidget(parent), theme_(theme) {
     auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(1, 1, 1, 1);
+    row->setContentsMargins(Metrics::ringMargin, 0, Metrics::ringMargin, 0);
     row->setSpacing(0);
     for (int index = 0; index < labels.size(); ++index) {
         auto* const segment = new Segment(theme, labels[index], this);
@@ -79,7 +79,9 @@ int NightfallChoice::current() const {
 
 void NightfallChoice::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    NightfallPaint::fillRounded(painter, rect(), Metrics::controlRadius + 2, theme_.palette().control);
+    constexpr qreal kMargin = Metrics::ringMargin;
+    NightfallPaint::fillRounded(painter, QRectF(rect()).adjusted(kMargin, 0, -kMargin, 0), Metrics::controlRadius + 2,
+                                theme_.palette().control);
 }
 
 } // namespace rewindle

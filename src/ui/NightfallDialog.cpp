@@ -17,8 +17,8 @@ constexpr int kTextWidth = 400;
 
 } // namespace
 
-NightfallDialog* NightfallDialog::show(const NightfallTheme& theme, const Content& content, QWidget* parent,
-                                       Answer answer) {
+NightfallDialog* NightfallDialog::present(const NightfallTheme& theme, const Content& content, QWidget* parent,
+                                          Answer answer) {
     auto* const dialog = new NightfallDialog(theme, content, parent, std::move(answer));
     dialog->open();
     return dialog;
@@ -52,7 +52,6 @@ NightfallDialog::NightfallDialog(const NightfallTheme& theme, const Content& con
     auto* const accept = new NightfallButton(theme, NightfallButton::Kind::primary, content.accept);
     connect(accept, &QPushButton::clicked, this, &QDialog::accept);
     buttons->addWidget(accept);
-    accept->setFocus();
 
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(Metrics::huge, Metrics::huge, Metrics::huge, Metrics::large);
@@ -62,6 +61,7 @@ NightfallDialog::NightfallDialog(const NightfallTheme& theme, const Content& con
     column->addSpacing(Metrics::medium);
     column->addLayout(buttons);
     column->setSizeConstraint(QLayout::SetFixedSize);
+    accept->setFocus();
     connect(this, &QDialog::finished, this, [this](int result) { tell(result == Accepted); });
 }
 
@@ -81,7 +81,7 @@ NightfallDialog* askForSystemAudio(const NightfallTheme& theme, QWidget* parent,
         "The audio stays in memory. Microphones are never recorded.\n\n"
         "You can change this at any time in Settings, under System Audio Recording."_s,
         u"Allow"_s, u"Don’t Allow"_s};
-    return NightfallDialog::show(theme, content, parent, std::move(answer));
+    return NightfallDialog::present(theme, content, parent, std::move(answer));
 }
 
 NightfallDialog* tellThatWindowIsHidden(const NightfallTheme& theme, QWidget* parent) {
@@ -90,7 +90,7 @@ NightfallDialog* tellThatWindowIsHidden(const NightfallTheme& theme, QWidget* pa
         u"Closing the window only hides it. Start rewindle again to bring it back; press Ctrl+Q in the window to quit."_s,
         u"OK"_s,
         {}};
-    return NightfallDialog::show(theme, content, parent, {});
+    return NightfallDialog::present(theme, content, parent, {});
 }
 
 } // namespace rewindle

@@ -24,7 +24,8 @@ public:
 
     /// Shows the dialog and returns at once; `answer` is called exactly once, when the user has answered, or when
     /// `parent` is destroyed before (false).
-    static NightfallDialog* show(const NightfallTheme& theme, const Content& content, QWidget* parent, Answer answer);
+    static NightfallDialog* present(const NightfallTheme& theme, const Content& content, QWidget* parent,
+                                    Answer answer);
 
     ~NightfallDialog() override;
 

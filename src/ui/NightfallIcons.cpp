@@ -1,12 +1,8 @@
 #include "ui/NightfallIcons.h"
 
-#include "settings/WaveformTheme.h"
-#include "ui/NightfallPalette.h"
-
-#include <QLinearGradient>
 #include <QPainterPath>
-#include <QPixmap>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>
@@ -86,29 +82,6 @@ QPainterPath glyphPath(NightfallGlyph glyph) {
     return {};
 }
 
-QPixmap applicationPixmap(int pixels) {
-    const auto tokens = NightfallTokens::of(NightfallFlavor::eclipse);
-    const auto waveform = WaveformTheme::of(NightfallFlavor::eclipse, NightfallWaveformAccent::mauve);
-    QPixmap pixmap(pixels, pixels);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF tile =
-        QRectF(0, 0, pixels, pixels).adjusted(pixels / 24.0, pixels / 24.0, -pixels / 24.0, -pixels / 24.0);
-    QLinearGradient night(tile.topLeft(), tile.bottomLeft());
-    night.setColorAt(0, toQColor(tokens.surface1));
-    night.setColorAt(1, toQColor(tokens.crust));
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(night);
-    painter.drawRoundedRect(tile, pixels * 0.22, pixels * 0.22);
-    const QRectF bars = tile.adjusted(pixels * 0.17, pixels * 0.18, -pixels * 0.17, -pixels * 0.18);
-    QLinearGradient glow(bars.topLeft(), bars.bottomLeft());
-    glow.setColorAt(0, toQColor(waveform.waveformTop));
-    glow.setColorAt(1, toQColor(waveform.waveformBottom));
-    paintWaveformBars(painter, bars, glow, 2, pixels < 32 ? 3 : 5);
-    return pixmap;
-}
-
 } // namespace
 
 void paintGlyph(QPainter& painter, NightfallGlyph glyph, const QRectF& square, const QColor& color) {
@@ -136,13 +109,6 @@ void paintWaveformBars(QPainter& painter, const QRectF& rect, const QBrush& fill
         const QRectF shape(rect.left() + bar * pitch, rect.center().y() - height / 2, width, height);
         painter.drawRoundedRect(shape, width / 2, width / 2);
     }
-}
-
-QIcon applicationIcon() {
-    QIcon icon;
-    for (const int pixels : {16, 24, 32, 48, 64, 128})
-        icon.addPixmap(applicationPixmap(pixels));
-    return icon;
 }
 
 } // namespace rewindle

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QColor>
-#include <QIcon>
 #include <QPainter>
 #include <QRectF>
 
@@ -14,8 +13,5 @@ void paintGlyph(QPainter& painter, NightfallGlyph glyph, const QRectF& square, c
 
 /// Bars of a waveform, symmetric about the middle of `rect`, each as high as its share of 1.
 void paintWaveformBars(QPainter& painter, const QRectF& rect, const QBrush& fill, int first = 0, int count = 9);
-
-/// The picture of the program, for its windows.
-[[nodiscard]] QIcon applicationIcon();
 
 } // namespace rewindle

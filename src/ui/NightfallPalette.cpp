@@ -78,10 +78,10 @@ NightfallPalette NightfallPalette::of(NightfallFlavor flavor, NightfallWaveformA
     palette.controlHover = toQColor(controlHover);
     palette.controlPressed = toQColor(controlPressed);
     palette.hairline = toQColor(card.blended(dark ? 0.55 : 0.8, tokens.surface0));
-    palette.outline = mark(tokens.overlay1);
+    palette.outline = mark(tokens.overlay2);
     palette.text = toQColor(tokens.text);
     palette.textSecondary = text(dark ? tokens.subtext0 : tokens.subtext1);
-    palette.textDisabled = toQColor(tokens.overlay1);
+    palette.textDisabled = toQColor(tokens.overlay2);
     palette.accent = toQColor(accentFill);
     palette.accentHover = toQColor(accentFill.blended(0.10, tokens.text));
     palette.accentPressed = toQColor(accentFill.blended(0.20, tokens.text));

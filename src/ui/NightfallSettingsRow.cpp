@@ -18,6 +18,7 @@ NightfallSettingsRow::NightfallSettingsRow(const NightfallTheme& theme, const QS
 
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(2);
+    texts->setContentsMargins(Metrics::ringMargin, 0, Metrics::ringMargin, 0); // in line with what controls draw
     texts->addStretch();
     texts->addWidget(name);
     texts->addWidget(description_);
@@ -25,7 +26,8 @@ NightfallSettingsRow::NightfallSettingsRow(const NightfallTheme& theme, const QS
 
     const bool isBeside = place == Control::beside;
     auto* const row = new QBoxLayout(isBeside ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom, this);
-    row->setContentsMargins(Metrics::large, Metrics::medium, Metrics::large, Metrics::medium);
+    constexpr int kSide = Metrics::large - Metrics::ringMargin;
+    row->setContentsMargins(kSide, Metrics::medium, kSide, Metrics::medium);
     row->setSpacing(isBeside ? Metrics::huge : Metrics::small);
     row->addLayout(texts, isBeside ? 1 : 0);
     row->addWidget(control, 0, isBeside ? Qt::AlignVCenter : Qt::Alignment());

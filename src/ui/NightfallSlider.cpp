@@ -118,7 +118,7 @@ void NightfallSlider::paintEvent(QPaintEvent*) {
     const QRectF line = track();
     const qreal zero = positionOf(0), here = positionOf(value());
     NightfallPaint::fillRounded(painter, line, kTrackHeight / 2, palette.controlPressed);
-    NightfallPaint::fillRounded(painter, QRectF(zero - 1, line.top() - 5, 2, kTrackHeight + 10), 1, palette.outline);
+    NightfallPaint::fillRounded(painter, QRectF(zero - 1, line.top() - 3, 2, kTrackHeight + 6), 1, palette.outline);
     NightfallPaint::fillRounded(painter,
                                 QRectF(std::min(zero, here), line.top(), std::abs(here - zero), kTrackHeight),
                                 kTrackHeight / 2, palette.accent);

@@ -25,15 +25,15 @@ QWidget* makePanel(const NightfallTheme& theme, Illustration::Subject subject, c
     lines->setContent(text);
     lines->setWordWrap(true);
     auto* const texts = new QVBoxLayout;
+    texts->setContentsMargins(0, Metrics::tight, 0, 0);
     texts->setSpacing(Metrics::tight);
-    texts->addStretch();
     texts->addWidget(heading);
     texts->addWidget(lines);
     texts->addStretch();
     auto* const row = new QHBoxLayout(panel);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(Metrics::large);
-    row->addWidget(new Illustration(theme, subject));
+    row->addWidget(new Illustration(theme, subject), 0, Qt::AlignTop);
     row->addLayout(texts, 1);
     return panel;
 }
@@ -76,7 +76,7 @@ OnboardingView::OnboardingView(const NightfallTheme& theme, QWidget* parent)
     using Subject = Illustration::Subject;
     panels_ = {
         makePanel(theme, Subject::rewind, u"Heard something good?"_s,
-                  u"rewindle always keeps the last minutes of what this computer plays. You have it already."_s),
+                  u"rewindle always keeps the last minutes of what this computer plays, so you have it already."_s),
         makePanel(theme, Subject::memory, u"It stays in memory"_s,
                   u"Nothing is written to the disk until you say so, and no microphone is ever recorded."_s),
         makePanel(theme, Subject::save, u"Keep what you like"_s,
@@ -86,26 +86,26 @@ OnboardingView::OnboardingView(const NightfallTheme& theme, QWidget* parent)
     connect(skip_, &QPushButton::clicked, this, &OnboardingView::dismissed);
     connect(next_, &QPushButton::clicked, this, [this] { goOn(); });
 
-    auto* const row = new QHBoxLayout;
-    row->setSpacing(2 * Metrics::large);
-    row->addStretch(1);
+    row_ = new QHBoxLayout;
+    row_->setSpacing(2 * Metrics::large);
+    row_->addStretch(0);
     for (auto* const panel : panels_)
-        row->addWidget(panel, 4);
-    row->addStretch(1);
-    auto* const foot = new QHBoxLayout;
-    foot->setSpacing(Metrics::small);
-    foot->addWidget(dots_);
-    foot->addStretch();
-    foot->addWidget(skip_);
-    foot->addWidget(next_);
-    foot->addStretch();
+        row_->addWidget(panel, 8);
+    row_->addStretch(1);
+    foot_ = new QHBoxLayout;
+    foot_->setSpacing(Metrics::small);
+    foot_->addWidget(dots_);
+    foot_->addStretch(1);
+    foot_->addWidget(skip_);
+    foot_->addWidget(next_);
+    foot_->addStretch(0);
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(Metrics::huge, Metrics::large, Metrics::huge, Metrics::medium);
     column->setSpacing(Metrics::small);
     column->addStretch(1);
-    column->addLayout(row);
+    column->addLayout(row_);
     column->addStretch(1);
-    column->addLayout(foot);
+    column->addLayout(foot_);
     column->addStretch(1);
     setFocusProxy(next_);
     showPanels();
@@ -119,7 +119,8 @@ void OnboardingView::showPanels() {
     for (std::size_t index = 0; index < panels_.size(); ++index)
         panels_[index]->setVisible(isWide() || index == page_);
     dots_->setVisible(!isWide());
-    dots_->setPage(page_);
+    row_->setStretch(0, isWide() ? 1 : 0); // all in the middle, or dots at the left and buttons at the right
+    foot_->setStretch(foot_->count() - 1, isWide() ? 1 : 0);
     skip_->setVisible(!isAtEnd());
     next_->setText(isAtEnd() ? u"Get started"_s : u"Next"_s);
 }

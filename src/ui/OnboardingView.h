@@ -6,6 +6,8 @@
 
 #include <vector>
 
+class QHBoxLayout;
+
 namespace rewindle {
 
 class PageDots;
@@ -34,6 +36,8 @@ private:
 
     std::vector<QWidget*> panels_;
     PageDots* dots_;
+    QHBoxLayout* row_;
+    QHBoxLayout* foot_;
     NightfallButton* skip_;
     NightfallButton* next_;
     std::size_t page_ = 0; // the panel that is shown when there is room for one only

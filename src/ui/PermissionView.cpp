@@ -41,12 +41,13 @@ PermissionView::PermissionView(AudioCapturePermissionModel& permission, const Ni
       openSettings_(new NightfallButton(theme, NightfallButton::Kind::primary, inWords("Open System Settings"))),
       recheck_(new NightfallButton(theme, NightfallButton::Kind::secondary, u"Recheck"_s)) {
     text_->setWordWrap(true);
+    for (auto* const label : {title_, text_}) // in line with what the buttons draw
+        label->setContentsMargins(Metrics::ringMargin, 0, 0, 0);
     connect(allow_, &QPushButton::clicked, this, [this] { permission_.requestAccess(); });
     connect(openSettings_, &QPushButton::clicked, this, [this] { permission_.openSystemSettings(); });
     connect(recheck_, &QPushButton::clicked, this, [this] { permission_.recheck(); });
 
     auto* const buttons = new QHBoxLayout;
-    buttons->setContentsMargins(-Metrics::ringMargin, 0, 0, 0);
     buttons->setSpacing(Metrics::tight);
     for (auto* const button : {allow_, openSettings_, recheck_})
         buttons->addWidget(button);
@@ -55,11 +56,11 @@ PermissionView::PermissionView(AudioCapturePermissionModel& permission, const Ni
     block->setMaximumWidth(kWidestText);
     auto* const texts = new QVBoxLayout(block);
     texts->setContentsMargins(0, 0, 0, 0);
-    texts->setSpacing(Metrics::tight);
+    texts->setSpacing(Metrics::tight + 2);
     texts->addStretch();
     texts->addWidget(title_);
     texts->addWidget(text_);
-    texts->addSpacing(Metrics::tight);
+    texts->addSpacing(Metrics::small);
     texts->addLayout(buttons);
     texts->addStretch();
     auto* const row = new QHBoxLayout(this);

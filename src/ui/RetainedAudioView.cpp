@@ -13,7 +13,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 using Metrics = NightfallMetrics;
-constexpr qreal kTrackHeight = 8, kSidePadding = 18, kFigureHeight = 40, kGap = 10, kCaptionHeight = 16;
+constexpr qreal kTrackHeight = 8, kSidePadding = 18, kFigureHeight = 36, kGap = 10, kCaptionHeight = 16;
 constexpr int kLowest = 56; // points of height below which the picture makes no sense
 
 /// "5 minutes ago"
@@ -72,7 +72,7 @@ void RetainedAudioView::resizeEvent(QResizeEvent* event) {
     const auto place = places();
     levels_->adjustSize();
     levels_->move(static_cast<int>(place.figure.right()) - levels_->width(),
-                  static_cast<int>(place.figure.bottom()) - levels_->height() - 5);
+                  static_cast<int>(place.figure.bottom()) - levels_->height() - 3);
     shown_ = shown();
 }
 
@@ -93,7 +93,7 @@ void RetainedAudioView::paintEvent(QPaintEvent*) {
 
 void RetainedAudioView::paintFigure(QPainter& painter, const QRectF& place) const {
     const QFont big = NightfallTheme::font(NightfallText::bigFigure);
-    const qreal baseline = place.bottom() - 7;
+    const qreal baseline = place.bottom() - 5;
     painter.setFont(big);
     painter.setPen(theme_.palette().text);
     painter.drawText(QPointF(place.left(), baseline), shown_.time);

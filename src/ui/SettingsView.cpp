@@ -23,7 +23,7 @@ int indexIn(const Values& values, Value value) {
 QWidget* makeButtonRow(std::initializer_list<NightfallButton*> buttons) {
     auto* const box = new QWidget;
     auto* const row = new QHBoxLayout(box);
-    row->setContentsMargins(-Metrics::ringMargin, 0, 0, 0);
+    row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(2);
     for (auto* const button : buttons)
         row->addWidget(button);

@@ -1,6 +1,5 @@
 #include "ui/SettingsWindow.h"
 
-#include "ui/NightfallIcons.h"
 #include "ui/NightfallScrollArea.h"
 #include "ui/NightfallSurface.h"
 
@@ -18,7 +17,6 @@ constexpr int kWidth = 620, kHeight = 720, kLeastWidth = 520, kLeastHeight = 320
 SettingsWindow::SettingsWindow(AppSession& session, CaptureControl& control, const NightfallTheme& theme,
                                const Actions& actions) {
     setWindowTitle(u"rewindle Settings"_s);
-    setWindowIcon(applicationIcon());
     setMinimumSize(kLeastWidth, kLeastHeight);
     resize(kWidth, kHeight);
     fillWithSurface(*this, theme, &NightfallPalette::window);

@@ -51,6 +51,7 @@ QWidget* WaveformWindowView::makeHeader() {
     notice_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
     reveal_ = new NightfallButton(theme_, NightfallButton::Kind::link, u"Reveal"_s);
     reveal_->setAccessibleName(u"Reveal the saved clip in the file manager"_s);
+    notice_->setFixedHeight(reveal_->sizeHint().height()); // the same with and without the button beside it
     save_ = new NightfallButton(theme_, NightfallButton::Kind::primary, u"Save"_s, NightfallGlyph::save);
     save_->setText(u"Saving…"_s); // its width stays that of its longer text
     save_->setFixedWidth(save_->sizeHint().width());

@@ -1,0 +1,238 @@
+#include "ui/UiFixture.h"
+
+#include <QPointer>
+
+namespace rewindle::test {
+namespace {
+
+using namespace Qt::StringLiterals;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using Call = FakeAudioHardware::Call;
+
+/// Collects what is drawn anew, in the window's coordinates.
+class PaintedArea final : public QObject {
+public:
+    explicit PaintedArea(QWidget& window) : window_(window) {
+        for (auto* const widget : window.findChildren<QWidget*>())
+            widget->installEventFilter(this);
+    }
+    QRegion region;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            const auto offset = static_cast<QWidget*>(watched)->mapTo(&window_, QPoint(0, 0));
+            region += static_cast<QPaintEvent*>(event)->region().translated(offset);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QWidget& window_;
+};
+
+class MainWindowTest : public UiFixture {
+protected:
+    WaveformWindowView& view() { return *mainWindow->rootView().waveformWindowView(); }
+    QPushButton& saveButton() { return find<QPushButton>(*mainWindow, u"Save"_s); }
+    /// Has the status asked for once more.
+    void refresh() {
+        mainWindow->hide();
+        present(*mainWindow, mainWindow->size());
+    }
+};
+
+TEST_F(MainWindowTest, ClosingAsksForTheWindowToBeHiddenAndLeavesItThere) {
+    auto& window = openMainWindow();
+    EXPECT_FALSE(window.close());
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_THAT(told, ElementsAre("close"));
+}
+
+TEST_F(MainWindowTest, KeysOpenSettingsSaveAndQuit) {
+    auto& window = openMainWindow();
+    press(window, Qt::Key_Comma, Qt::ControlModifier);
+    press(window, Qt::Key_Q, Qt::ControlModifier);
+    press(window, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_THAT(told, ElementsAre("settings", "quit"));
+    EXPECT_EQ(control.exports.size(), 1U);
+}
+
+TEST_F(MainWindowTest, StatusIsAskedForOnlyWhileItCanBeSeen) {
+    auto& window = openMainWindow();
+    EXPECT_TRUE(view().isRefreshing());
+    window.hide();
+    EXPECT_FALSE(view().isRefreshing());
+    const int requests = control.requests;
+    session->settingsManager().setRecordingDuration(RecordingDuration::oneMinute); // something to tell
+    settle();
+    EXPECT_EQ(control.requests, requests);
+    window.show();
+    EXPECT_TRUE(view().isRefreshing());
+    window.setWindowState(Qt::WindowMinimized);
+    QApplication::processEvents();
+    EXPECT_FALSE(view().isRefreshing());
+    window.setWindowState(Qt::WindowNoState);
+    QApplication::processEvents();
+    EXPECT_TRUE(view().isRefreshing());
+    setConsent(AudioCaptureProbeOutcome::denied); // another page is in front now
+    EXPECT_FALSE(view().isRefreshing());
+}
+
+TEST_F(MainWindowTest, RequestsDoNotPileUpAndALateReplyHarmsNobody) {
+    control.isAnswering = false;
+    openMainWindow();
+    EXPECT_EQ(control.requests, 1);
+    session->settingsManager().setRecordingDuration(RecordingDuration::oneMinute);
+    settle();
+    EXPECT_EQ(control.requests, 1);
+    mainWindow.reset();
+    control.unanswered.at(0)(control.status);
+}
+
+TEST_F(MainWindowTest, NothingIsDrawnAnewWhenNothingChanged) {
+    control.isAnswering = false;
+    auto& window = openMainWindow();
+    control.unanswered.at(0)(control.status);
+    QApplication::processEvents();
+    PaintedArea painted(window);
+    const auto again = [&] {
+        painted.region = {};
+        session->sampler().setDuration(RecordingDuration::tenMinutes); // makes the view ask
+        settle();
+        session->sampler().setDuration(RecordingDuration::thirtySeconds);
+        settle();
+        control.unanswered.back()(control.status);
+        QApplication::processEvents();
+        return painted.region.boundingRect();
+    };
+    EXPECT_EQ(again(), QRect());
+    control.status.displayDb = {-20.0F, -9.8F};
+    const auto& levels = find<QWidget>(window, u"Level, left and right"_s);
+    EXPECT_EQ(again(), QRect(levels.mapTo(&window, QPoint(0, 0)), levels.size()));
+    control.status.retainedSeconds += 2;
+    EXPECT_NE(again(), QRect());
+}
+
+TEST_F(MainWindowTest, SaysHowCaptureIsDoing) {
+    openMainWindow();
+    struct Case {
+        bool running, frozen;
+        const char* text;
+    };
+    for (const auto& [running, frozen, text] :
+         {Case{true, false, "Listening to Built-in Audio"}, Case{false, false, "Waiting for an output"},
+          Case{true, true, "Paused"}}) {
+        control.status.running = running;
+        control.status.frozen = frozen;
+        refresh();
+        EXPECT_THAT(visibleTexts(*mainWindow), Contains(text));
+    }
+    EXPECT_EQ(listeningState(control.status, false), ListeningState::stopped);
+}
+
+TEST_F(MainWindowTest, ShowsWhyCaptureHasStoppedUntilItGoesOn) {
+    openMainWindow();
+    const auto banner = Contains(HasSubstr("It will retry automatically."));
+    EXPECT_THAT(visibleTexts(*mainWindow), Not(banner));
+    hardware.refuse(Call::createTap, -111);
+    switchTo(kHeadphones);
+    queues.runFor(std::chrono::seconds(10));
+    EXPECT_THAT(visibleTexts(*mainWindow), Contains(*session->captureErrorMessage().get()));
+    EXPECT_THAT(visibleTexts(*mainWindow), banner);
+    hardware.allow(Call::createTap);
+    queues.runFor(std::chrono::seconds(10));
+    EXPECT_THAT(visibleTexts(*mainWindow), Not(banner));
+}
+
+TEST_F(MainWindowTest, SaveNeedsAtLeast480FramesAndNoOtherSaveUnderWay) {
+    openMainWindow();
+    for (const auto& [frames, enabled] : {std::pair(0, false), std::pair(479, false), std::pair(480, true)}) {
+        control.status.retainedSeconds = frames / 48'000.0;
+        refresh();
+        EXPECT_EQ(saveButton().isEnabled(), enabled) << frames;
+    }
+    saveButton().setFocus();
+    press(*mainWindow, Qt::Key_Space);
+    press(*mainWindow, Qt::Key_S, Qt::ControlModifier);
+    ASSERT_EQ(control.exports.size(), 1U);
+    EXPECT_TRUE(control.exports[0].folder.empty());
+    EXPECT_FALSE(find<QPushButton>(*mainWindow, u"Saving…"_s).isEnabled());
+    control.exports[0].reply(std::filesystem::path("/clips/one.wav"));
+    EXPECT_TRUE(saveButton().isEnabled());
+    EXPECT_TRUE(saveButton().hasFocus());
+}
+
+TEST_F(MainWindowTest, ASavedClipIsNamedAndCanBeRevealedAndAFailureIsToldInItsOwnWords) {
+    openMainWindow();
+    view().saveAll();
+    control.exports.back().reply(std::filesystem::path("/clips/one.wav"));
+    EXPECT_THAT(visibleTexts(*mainWindow), Contains("Saved one.wav"));
+    find<QPushButton>(*mainWindow, u"Reveal"_s).click();
+    EXPECT_THAT(told, ElementsAre("reveal /clips/one.wav"));
+
+    view().saveAll();
+    control.exports.back().reply(Error{28, "Could not write the audio file: No space left on device"});
+    EXPECT_THAT(visibleTexts(*mainWindow), Contains("Could not write the audio file: No space left on device"));
+    EXPECT_EQ(view().exportErrorMessage(), "Could not write the audio file: No space left on device");
+
+    view().saveAll();
+    mainWindow.reset();
+    control.exports.back().reply(std::filesystem::path("/clips/late.wav")); // nobody is there to be told
+}
+
+TEST_F(MainWindowTest, LevelIsShownAsFiguresOrInTheStripAsTheSettingSays) {
+    openMainWindow();
+    for (const bool isStrip : {true, false}) {
+        session->settingsManager().setShowLevelMeter(isStrip);
+        QApplication::processEvents();
+        std::vector<QString> visible;
+        for (const auto* const widget : mainWindow->findChildren<QWidget*>())
+            if (widget->isVisible() && widget->accessibleName().startsWith(u"Level"))
+                visible.push_back(widget->accessibleName());
+        EXPECT_THAT(visible, ElementsAre(isStrip ? u"Level meter"_s : u"Level, left and right"_s));
+    }
+}
+
+TEST_F(MainWindowTest, OnboardingComesFirstOnceAndLeadsToTheMainScreen) {
+    defaults.stored(RootView::kOnboardingKey, false);
+    auto& window = openMainWindow({480, 200});
+    EXPECT_TRUE(window.rootView().showOnboarding());
+    for (int panel = 0; panel < 3; ++panel) {
+        EXPECT_FALSE(defaults.flag(RootView::kOnboardingKey));
+        press(window, Qt::Key_Return); // Next, Next, Get started
+    }
+    EXPECT_TRUE(defaults.flag(RootView::kOnboardingKey));
+    EXPECT_FALSE(window.rootView().showOnboarding());
+    EXPECT_TRUE(view().isVisible());
+    mainWindow.reset();
+    EXPECT_FALSE(openMainWindow().rootView().showOnboarding());
+}
+
+TEST_F(MainWindowTest, PermissionPageFollowsTheConsentAndLeadsToIt) {
+    consent = AudioCaptureProbeOutcome::noEntry;
+    defaults.remove(PermissionStore::kFlowKey);
+    auto& window = openMainWindow();
+    EXPECT_THAT(visibleTexts(window), Contains("System audio access is required to capture what your computer is "
+                                               "playing. Tap Allow when rewindle asks."));
+    consent = AudioCaptureProbeOutcome::denied; // the user's answer
+    find<QPushButton>(window, u"Continue"_s).click();
+    EXPECT_THAT(visibleTexts(window),
+                Contains("System audio access is required to capture what your computer is playing. Enable rewindle "
+                         "under System Audio Recording in Settings, then tap Recheck."));
+    find<QPushButton>(window, u"Recheck"_s).click();
+    EXPECT_THAT(visibleTexts(window), Contains("Access is still off. Make sure that rewindle is enabled under System "
+                                               "Audio Recording, then recheck."));
+    find<QPushButton>(window, u"Open Settings"_s).click();
+    EXPECT_FALSE(workspace.opened.empty());
+    consent = AudioCaptureProbeOutcome::granted;
+    find<QPushButton>(window, u"Recheck"_s).click();
+    settle();
+    EXPECT_TRUE(view().isVisible());
+}
+
+} // namespace
+} // namespace rewindle::test

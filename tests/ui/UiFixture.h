@@ -1,0 +1,114 @@
+#pragma once
+
+#include "app/SessionFixture.h"
+#include "fakes/FakeCaptureControl.h"
+#include "ui/Actions.h"
+#include "ui/MainWindow.h"
+#include "ui/SettingsWindow.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QTest>
+
+#include <set>
+
+namespace rewindle::test {
+
+/// Capture whose status the test writes, and that counts how often it was asked for it.
+class CountingCaptureControl final : public CaptureControl {
+public:
+    void exportLast(double, const Path&, ExportReply) override {}
+    void exportAll(const Path& folder, ExportReply reply) override { exports.push_back({folder, std::move(reply)}); }
+    void setFrozen(bool) override {}
+    void requestStatus(std::function<void(const CaptureStatus&)> reply) override {
+        ++requests;
+        if (isAnswering)
+            reply(status);
+        else
+            unanswered.push_back(std::move(reply));
+    }
+    void setDuration(int, std::function<void(Result<void>)>) override {}
+    Result<void> setGain(double) override { return {}; }
+    void quit() override {}
+
+    struct Export {
+        Path folder;
+        ExportReply reply;
+    };
+    CaptureStatus status;
+    std::vector<Export> exports;
+    std::vector<std::function<void(const CaptureStatus&)>> unanswered;
+    bool isAnswering = true;
+    int requests = 0;
+};
+
+/// A session of which somebody looks at the windows.
+class UiFixture : public SessionFixture {
+protected:
+    UiFixture() {
+        defaults.stored(RootView::kOnboardingKey, true);
+        control.status.running = true;
+        control.status.deviceUid = "speakers";
+        control.status.deviceDescription = "Built-in Audio";
+        control.status.durationSeconds = 300;
+        control.status.retainedSeconds = 185;
+        control.status.displayDb = {-12.3F, -9.8F};
+        actions = {[this] { told.push_back("settings"); },
+                   [this](const std::filesystem::path& path) { told.push_back("reveal " + path.string()); },
+                   [this] { told.push_back("close"); }, [this] { told.push_back("quit"); },
+                   [this](bool granted) { told.push_back(granted ? "allow" : "revoke"); }};
+    }
+    MainWindow& openMainWindow(QSize size = {1280, 200}) {
+        prepare();
+        mainWindow.emplace(*session, control, defaults, *theme, actions);
+        return present(*mainWindow, size);
+    }
+    SettingsWindow& openSettings() {
+        prepare();
+        settingsWindow.emplace(*session, control, *theme, actions);
+        return present(*settingsWindow, settingsWindow->size());
+    }
+    template <class Widget>
+    static Widget& present(Widget& window, QSize size) {
+        window.resize(size);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QApplication::processEvents();
+        return window;
+    }
+    void prepare() {
+        if (!session) begin();
+        if (!theme) theme.emplace(session->themeManager());
+    }
+
+    /// The visible widget of that type with that accessible name or text; the test fails when there is none.
+    template <class Widget>
+    static Widget& find(const QWidget& window, const QString& name) {
+        for (auto* const widget : window.findChildren<Widget*>()) {
+            const QString text = widget->property("text").toString();
+            if (widget->isVisible() && (widget->accessibleName() == name || text == name)) return *widget;
+        }
+        ADD_FAILURE() << "nothing is called " << name.toStdString();
+        throw std::runtime_error("no such widget");
+    }
+    static std::set<std::string> visibleTexts(const QWidget& window) {
+        std::set<std::string> texts;
+        for (const auto* const label : window.findChildren<QLabel*>())
+            if (label->isVisible()) texts.insert(label->text().toStdString());
+        return texts;
+    }
+    static void press(QWidget& window, Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QWidget* const target = window.focusWidget() ? window.focusWidget() : &window;
+        QTest::keyClick(target, key, modifiers);
+        QApplication::processEvents();
+    }
+
+    CountingCaptureControl control;
+    Actions actions;
+    std::vector<std::string> told;
+    std::optional<NightfallTheme> theme;
+    std::optional<MainWindow> mainWindow;
+    std::optional<SettingsWindow> settingsWindow;
+};
+
+} // namespace rewindle::test

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "app/AppSession.h"
+#include "fakes/CapturingLogSink.h"
+#include "fakes/FakeAudioHardware.h"
+#include "fakes/FakeCaptureControl.h"
+#include "fakes/FakeDefaultsStore.h"
+#include "fakes/FakeDesktop.h"
+#include "fakes/FakeFileSystem.h"
+#include "fakes/HeapAudioMemory.h"
+#include "fakes/ManualQueues.h"
+#include "ui/Actions.h"
+#include "ui/NightfallTheme.h"
+
+#include <optional>
+
+namespace rewindle {
+
+/// A session on a made-up computer, brought into the situation that a picture shows.
+class Scene {
+public:
+    struct Situation {
+        bool hasSeenOnboarding = true;
+        AudioCaptureProbeOutcome consent = AudioCaptureProbeOutcome::granted;
+        bool hasBeenAsked = true;
+        bool showLevelMeter = false;
+    };
+    explicit Scene(const Situation& situation);
+
+    /// The sound server stops working until further notice.
+    void breakCapture();
+    void settle() { queues_.settle(); }
+
+    [[nodiscard]] AppSession& session() { return *session_; }
+    [[nodiscard]] test::FakeCaptureControl& control() { return control_; }
+    [[nodiscard]] DefaultsStore& defaults() { return defaults_; }
+    [[nodiscard]] NightfallTheme& theme() { return *theme_; }
+    [[nodiscard]] const Actions& actions() const { return actions_; }
+
+private:
+    void makeSession(AudioCaptureProbeOutcome consent);
+
+    test::ManualQueues queues_;
+    test::CapturingLogSink log_;
+    test::HeapAudioMemory memory_;
+    test::FakeAudioHardware hardware_{queues_.control};
+    test::FakeFileSystem files_;
+    test::FakeDefaultsStore defaults_;
+    test::FakeLoginItemService loginItem_;
+    test::FakeFolderChooser folderChooser_;
+    test::FakeWorkspace workspace_;
+    test::FakeCaptureControl control_;
+    Actions actions_;
+    std::optional<AppSession> session_;
+    std::optional<NightfallTheme> theme_;
+};
+
+} // namespace rewindle
