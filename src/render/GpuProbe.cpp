@@ -7,10 +7,10 @@
 namespace rewindle {
 namespace {
 
-constexpr std::array<std::pair<GpuKind, std::string_view>, 3> kKindNames{
-    {{GpuKind::none, "none"}, {GpuKind::software, "software"}, {GpuKind::hardware, "hardware"}}};
+constexpr std::string_view kHardware = "hardware ", kSoftware = "software ";
+constexpr std::string_view kGL = "gl ", kES = "es ";
 constexpr std::string_view kFirstFailure = "failed once";
-constexpr std::string_view kFailed = "none probe failed"; // an answer like any other
+constexpr std::string_view kFailed = "none"; // an answer like any other
 constexpr char kSeparator = '|';
 
 /// What is remembered for this fingerprint; empty if nothing is. Stored as "fingerprint|text".
@@ -21,6 +21,13 @@ std::string rememberedText(const DefaultsStore& defaults, std::string_view finge
     return stored.substr(separator + 1);
 }
 
+/// Takes `start` off the front of `text` if it is there.
+bool take(std::string_view& text, std::string_view start) {
+    if (!text.starts_with(start)) return false;
+    text.remove_prefix(start.size());
+    return true;
+}
+
 std::string_view firstLine(std::string_view text) {
     return text.substr(0, text.find('\n'));
 }
@@ -28,17 +35,26 @@ std::string_view firstLine(std::string_view text) {
 } // namespace
 
 std::string probeLine(const GpuProbeAnswer& answer) {
-    const auto* const name = std::ranges::find(kKindNames, answer.kind, &decltype(kKindNames)::value_type::first);
-    return std::string(name->second) + (answer.driver.empty() ? "" : " ") + std::string(firstLine(answer.driver));
+    if (answer.kind == GpuKind::none) return "none";
+    return std::string(answer.kind == GpuKind::hardware ? kHardware : kSoftware) +
+           std::string(answer.isES ? kES : kGL) + std::string(firstLine(answer.driver));
 }
 
 std::optional<GpuProbeAnswer> answerFromProbeLine(std::string_view line) {
-    const auto text = firstLine(line);
-    const auto space = text.find(' ');
-    const auto* const name =
-        std::ranges::find(kKindNames, text.substr(0, space), &decltype(kKindNames)::value_type::second);
-    if (name == kKindNames.end()) return std::nullopt;
-    return GpuProbeAnswer{name->first, space == text.npos ? "" : std::string(text.substr(space + 1))};
+    auto rest = firstLine(line);
+    if (rest == "none") return GpuProbeAnswer{};
+    GpuProbeAnswer answer;
+    if (take(rest, kHardware)) {
+        answer.kind = GpuKind::hardware;
+    } else if (take(rest, kSoftware)) {
+        answer.kind = GpuKind::software;
+    } else {
+        return std::nullopt;
+    }
+    answer.isES = take(rest, kES);
+    if (!answer.isES && !take(rest, kGL)) return std::nullopt;
+    answer.driver = rest;
+    return answer;
 }
 
 bool isSoftwareRenderer(std::string_view rendererName) {

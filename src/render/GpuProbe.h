@@ -16,11 +16,12 @@ enum class GpuKind : std::uint8_t { none, software, hardware };
 /// What a probe found.
 struct GpuProbeAnswer {
     GpuKind kind = GpuKind::none;
-    std::string driver; // for people; one line
+    bool isES = false;    // contexts are to be made for OpenGL ES
+    std::string driver{}; // what it calls itself; one line
     friend bool operator==(const GpuProbeAnswer&, const GpuProbeAnswer&) = default;
 };
 
-/// The line that a probe child prints: "hardware Mesa Intel(R) UHD Graphics 620", "software llvmpipe", "none".
+/// The line that a probe child prints: "hardware gl Mesa Intel(R) UHD Graphics 620", "software es llvmpipe", "none".
 [[nodiscard]] std::string probeLine(const GpuProbeAnswer& answer);
 /// None when it is no such line.
 [[nodiscard]] std::optional<GpuProbeAnswer> answerFromProbeLine(std::string_view line);

@@ -128,7 +128,7 @@ TEST(RendererChoice, FollowsTheEnvironmentAndNeverShowsAGpuThatIsNotThere) {
     for (const auto& [found, drawsIfAutomatic, drawsIfForced] :
          {Case{GpuKind::hardware, true, true}, Case{GpuKind::software, false, true},
           Case{GpuKind::none, false, false}}) {
-        const auto probe = [&] { return GpuProbeAnswer{found, ""}; };
+        const auto probe = [&] { return GpuProbeAnswer{.kind = found}; };
         EXPECT_EQ(drawsWithGpu(automatic, true, probe), drawsIfAutomatic);
         EXPECT_EQ(drawsWithGpu(gpu, true, probe), drawsIfForced);
         EXPECT_FALSE(drawsWithGpu(gpu, false, probe));

@@ -1,0 +1,316 @@
+#include "SurfacelessContext.h"
+#include "fakes/CapturingLogSink.h"
+#include "fakes/ManualClock.h"
+#include "platform/opengl/OpenGLDevice.h"
+#include "platform/opengl/OpenGLLayer.h"
+#include "render/QuadBuilders.h"
+#include "render/ShaderFunctions.h"
+#include "render/TextureBuilders.h"
+#include "render/WaveformMetalRenderer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace rewindle::test {
+namespace {
+
+using testing::ElementsAre;
+using Columns = std::vector<float>;
+using Pixel = std::array<int, 4>;
+constexpr float kGap = std::numeric_limits<float>::quiet_NaN();
+constexpr Pixel kNothing{0, 0, 0, 0};
+
+/// What was drawn, the top row first.
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<std::byte> bytes;
+
+    [[nodiscard]] Pixel at(int x, int y) const {
+        const auto first = 4 * static_cast<std::size_t>(y * width + x);
+        Pixel pixel{};
+        std::ranges::transform(std::span(bytes).subspan(first, 4), pixel.begin(),
+                               [](std::byte value) { return std::to_integer<int>(value); });
+        return pixel;
+    }
+    /// How many pixels of a column are covered, counted by their alpha.
+    [[nodiscard]] double coverage(int x) const {
+        double sum = 0;
+        for (int y = 0; y < height; ++y)
+            sum += at(x, y)[3] / 255.0;
+        return sum;
+    }
+    /// Rows above the first that is at least half covered.
+    [[nodiscard]] int top(int x) const {
+        int y = 0;
+        while (y < height && at(x, y)[3] < 128)
+            ++y;
+        return y;
+    }
+};
+
+struct KeptImage final : ImageWriter {
+    bool writePng(const std::filesystem::path&, const ImagePixels& image) override {
+        kept = {image.width, image.height, image.bytes};
+        return true;
+    }
+    Picture kept;
+};
+
+/// A frame of 200 x 100 points, one column each 2 points, opaque red.
+WaveformFrame redFrame() {
+    WaveformFrame frame;
+    frame.viewport = {200, 100};
+    frame.columnCount = 102;
+    frame.columnStride = 2;
+    frame.midY = 50;
+    frame.amplitudeScale = 45;
+    frame.flatColor = {1, 0, 0, 1};
+    return frame;
+}
+
+class OpenGLRenderTest : public testing::TestWithParam<GlApi> {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(context.ok());
+        makeRenderer(std::numeric_limits<int>::max());
+    }
+    void makeRenderer(int maxTextureSize) {
+        target = nullptr;
+        renderer = nullptr;
+        core = nullptr;
+        device = OpenGLDevice::make(SurfacelessContext::loader(), maxTextureSize);
+        ASSERT_TRUE(device);
+        core = MetalRenderCore::make(device.get(), Log(log, "Render"));
+        ASSERT_TRUE(core) << testing::PrintToString(log.lines());
+        renderer = std::make_unique<WaveformMetalRenderer>(*core, noDump);
+        setTarget(200, 100);
+    }
+    std::unique_ptr<GpuTexture> makeTarget(int width, int height) {
+        return device->makeTexture({.width = width, .height = height, .use = GpuTextureUse::copy});
+    }
+    void setTarget(int width, int height) {
+        target = makeTarget(width, height);
+        layer.setTarget(framebufferOf(*target), width, height);
+    }
+    static Picture pictureOf(const GpuTexture& texture) {
+        Picture picture{texture.width(), texture.height(), {}};
+        const auto row = 4 * static_cast<std::size_t>(picture.width);
+        std::vector<std::byte> fromBottom(row * static_cast<std::size_t>(picture.height));
+        texture.read(fromBottom);
+        for (auto end = fromBottom.size(); end > 0; end -= row) {
+            const auto pixels = std::span(fromBottom).subspan(end - row, row);
+            picture.bytes.insert(picture.bytes.end(), pixels.begin(), pixels.end());
+        }
+        return picture;
+    }
+    Picture draw(const Columns& minima, const Columns& maxima) {
+        renderer->render(frame, minima, maxima, layer);
+        return pictureOf(*target);
+    }
+
+    CapturingLogSink log;
+    ManualClock clock;
+    KeptImage image;
+    FrameDump noDump{nullptr, clock, image};
+    FrameDump dump{"frame.png", clock, image};
+    SurfacelessContext context{GetParam()};
+    std::unique_ptr<OpenGLDevice> device;
+    std::unique_ptr<MetalRenderCore> core;
+    std::unique_ptr<WaveformMetalRenderer> renderer;
+    std::unique_ptr<GpuTexture> target;
+    OpenGLLayer layer;
+    WaveformFrame frame = redFrame();
+};
+
+/// Columns that differ from their neighbours, by less than half a pixel per pixel.
+struct Sound {
+    explicit Sound(std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto t = static_cast<float>(i);
+            maxima.push_back(0.5F + 0.4F * std::sin(t * 0.05F));
+            minima.push_back(-0.5F + 0.4F * std::cos(t * 0.04F));
+        }
+    }
+    Columns minima, maxima;
+};
+
+TEST_P(OpenGLRenderTest, FillsEachColumnFromItsMaximumToItsMinimumAtAnyPixelScale) {
+    const Sound sound(102);
+    for (const int scale : {1, 2, 3}) {
+        SCOPED_TRACE(scale);
+        setTarget(200 * scale, 100 * scale);
+        const Picture picture = draw(sound.minima, sound.maxima);
+        for (std::size_t i = 1; i < 100; ++i) {
+            SCOPED_TRACE(i);
+            const int x = static_cast<int>((2 * static_cast<double>(i) + 0.5) * scale);
+            const double high = 45.0 * sound.maxima[i], low = 45.0 * sound.minima[i];
+            EXPECT_NEAR(picture.top(x), scale * (50 - high), 1);
+            EXPECT_NEAR(picture.coverage(x), scale * (high - low), 1);
+        }
+    }
+}
+
+TEST_P(OpenGLRenderTest, ShiftsColumnsLeftByTheFraction) {
+    Columns step(102, 0.0F);
+    std::fill(step.begin() + 50, step.end(), 1.0F); // x = 100.5 before the shift
+    frame.fractionPoints = 0.75;
+    const Picture picture = draw(Columns(102, 0.0F), step);
+    EXPECT_NEAR(picture.coverage(99), 45, 1);
+    EXPECT_LT(picture.coverage(96), 1);
+}
+
+TEST_P(OpenGLRenderTest, LeavesGapsAndLoneColumnsEmptyAndClear) {
+    Columns columns(102, 1.0F);
+    for (const std::size_t gap : {10U, 12U, 50U})
+        columns[gap] = kGap; // column 11 is alone
+    const Picture picture = draw(columns, Columns(102, 0.0F));
+    EXPECT_GT(picture.coverage(10), 40);
+    for (int x = 19; x <= 25; ++x)
+        EXPECT_EQ(picture.coverage(x), 0) << x;
+    EXPECT_GT(picture.coverage(97), 40);
+    EXPECT_EQ(picture.coverage(100), 0);
+    EXPECT_GT(picture.coverage(103), 40);
+    EXPECT_EQ(picture.at(100, 50), kNothing);
+}
+
+TEST_P(OpenGLRenderTest, GradientRunsFromTheFirstColorAtItsStartToTheSecondAtItsEnd) {
+    frame.useGradient = true;
+    frame.gradStart = {100, 10};
+    frame.gradEnd = {100, 90};
+    frame.gradColor0 = {1, 0, 0, 1};
+    frame.gradColor1 = {0, 0, 1, 0.5};
+    const Picture picture = draw(Columns(102, -1.0F), Columns(102, 1.0F));
+    const auto expectNear = [&](int y, const Pixel& expected) {
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_NEAR(picture.at(100, y)[i], expected[i], 3) << y;
+    };
+    expectNear(6, {255, 0, 0, 255});
+    expectNear(50, {127, 0, 64, 191});
+    expectNear(94, {0, 0, 128, 128});
+}
+
+TEST_P(OpenGLRenderTest, OverlaysLieOverTheEnvelopeAndKeepTheirTransparency) {
+    frame.overlays = {{{20, 0, 40, 100}, {0, 1, 0, 0.5}}, {{40, 0, 40, 100}, {0, 0, 1, 1}}};
+    const Picture picture = draw(Columns(102, -0.5F), Columns(102, 0.5F));
+    EXPECT_EQ(picture.at(150, 5), kNothing);
+    EXPECT_EQ(picture.at(150, 50), (Pixel{255, 0, 0, 255}));
+    EXPECT_THAT(picture.at(30, 5), ElementsAre(0, testing::AllOf(testing::Ge(127), testing::Le(128)), 0,
+                                               testing::AllOf(testing::Ge(127), testing::Le(128))));
+    EXPECT_THAT(picture.at(30, 50), ElementsAre(testing::AllOf(testing::Ge(127), testing::Le(128)),
+                                                testing::AllOf(testing::Ge(127), testing::Le(128)), 0, 255));
+    EXPECT_EQ(picture.at(50, 50), (Pixel{0, 0, 255, 255}));
+    EXPECT_EQ(picture.at(19, 5), kNothing);
+    EXPECT_EQ(picture.at(80, 5), kNothing);
+}
+
+TEST_P(OpenGLRenderTest, DrawsWindowsOf7680PointsAndMoreColumnsThanATextureIsWide) {
+    frame.viewport = {7680, 100};
+    frame.columnCount = 3842;
+    setTarget(7680, 100);
+    const Sound wide(3842);
+    const Picture widest = draw(wide.minima, wide.maxima);
+    for (const std::size_t i : {1U, 2047U, 2048U, 3838U})
+        EXPECT_NEAR(widest.coverage(2 * static_cast<int>(i)), 45.0 * (wide.maxima[i] - wide.minima[i]), 1) << i;
+
+    frame = redFrame();
+    frame.columnCount = 600;
+    frame.columnStride = 1.0 / 3;
+    setTarget(200, 100);
+    const Sound narrow(600);
+    const Picture expected = draw(narrow.minima, narrow.maxima);
+    makeRenderer(256);
+    EXPECT_EQ(draw(narrow.minima, narrow.maxima).bytes, expected.bytes);
+}
+
+TEST_P(OpenGLRenderTest, FramesInFlightKeepTheirOwnColumns) {
+    constexpr std::size_t kFrames = 12;
+    std::vector<std::unique_ptr<GpuTexture>> targets;
+    const auto amplitude = [](std::size_t i) { return 0.05F * static_cast<float>(i + 1); };
+    for (std::size_t i = 0; i < kFrames; ++i) {
+        targets.push_back(makeTarget(200, 100));
+        layer.setTarget(framebufferOf(*targets.back()), 200, 100);
+        renderer->render(frame, Columns(102, 0.0F), Columns(102, amplitude(i)), layer);
+    }
+    for (std::size_t i = 0; i < kFrames; ++i)
+        EXPECT_NEAR(pictureOf(*targets[i]).coverage(100), 45.0 * amplitude(i), 1) << i;
+    while (device->waitForCompletion()) {
+    }
+}
+
+TEST_P(OpenGLRenderTest, DrawsTheSameWhateverOthersLeftInTheContextAndLeavesNothingBound) {
+    const auto gl = loadGlFunctions(SurfacelessContext::loader());
+    ASSERT_TRUE(gl);
+    const Sound sound(102);
+    frame.overlays = {{{20, 0, 40, 100}, {0, 1, 0, 0.5}}};
+    const Picture expected = draw(sound.minima, sound.maxima);
+
+    for (const GLenum capability : {GL_SCISSOR_TEST, GL_DEPTH_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_BLEND})
+        gl->enable(capability);
+    gl->blendFuncSeparate(GL_ZERO, GL_ZERO, GL_ZERO, GL_ZERO);
+    gl->blendEquationSeparate(GL_FUNC_REVERSE_SUBTRACT, GL_FUNC_REVERSE_SUBTRACT);
+    gl->colorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_FALSE);
+    gl->viewport(3, 3, 7, 7);
+    gl->pixelStorei(GL_UNPACK_ROW_LENGTH, 17);
+    gl->pixelStorei(GL_UNPACK_SKIP_PIXELS, 5);
+    gl->activeTexture(GL_TEXTURE3);
+    EXPECT_EQ(draw(sound.minima, sound.maxima).bytes, expected.bytes);
+
+    for (const GLenum binding : {GL_PIXEL_UNPACK_BUFFER_BINDING, GL_ARRAY_BUFFER_BINDING, GL_VERTEX_ARRAY_BINDING,
+                                 GL_CURRENT_PROGRAM, GL_TEXTURE_BINDING_2D, GL_SAMPLER_BINDING}) {
+        GLint bound = -1;
+        gl->getIntegerv(binding, &bound);
+        EXPECT_EQ(bound, 0) << binding;
+    }
+    EXPECT_EQ(takeGlError(*gl), static_cast<GLenum>(GL_NO_ERROR));
+}
+
+TEST_P(OpenGLRenderTest, DumpsFramesUpright) {
+    WaveformMetalRenderer dumping(*core, dump);
+    frame.overlays = {{{0, 0, 200, 10}, {0, 0, 1, 1}}};
+    dumping.render(frame, {}, {}, layer);
+    dump.releaseTexture();
+    EXPECT_EQ(image.kept.width, 200);
+    EXPECT_EQ(image.kept.at(100, 5), (Pixel{0, 0, 255, 255}));
+    EXPECT_EQ(image.kept.at(100, 95), kNothing);
+}
+
+TEST_P(OpenGLRenderTest, DrawsTexturesUprightAndRampsPremultiplied) {
+    const auto bytes = [](std::initializer_list<int> values) {
+        std::vector<std::byte> made;
+        std::ranges::transform(values, std::back_inserter(made), [](int value) { return std::byte(value); });
+        return made;
+    };
+    const auto twoRows = imageTexture({1, 2, bytes({255, 0, 0, 255, 0, 0, 128, 128})}, *device);
+    const auto halfRed = imageTexture({1, 1, bytes({200, 0, 0, 128})}, *device);
+    ASSERT_TRUE(twoRows && halfRed);
+    std::vector<TexVertex> quad;
+    appendTexturedQuad(quad, {0, 0, 100, 100}, {200, 100});
+    std::vector<RampVertex> ramp;
+    appendRampQuad(ramp, {100, 0, 100, 100}, 50, 100, {200, 100});
+
+    GpuCommandBuffer* const commands = core->commandQueue().makeCommandBuffer();
+    GpuRenderEncoder* const encoder = commands->makeRenderEncoder({.target = target.get()});
+    core->drawTextured(quad, *twoRows, *encoder, ShaderFunctions::texVertex, ShaderFunctions::texFragment);
+    core->drawTextured(ramp, *halfRed, *encoder, ShaderFunctions::rampVertex, ShaderFunctions::rampFragment);
+    encoder->endEncoding();
+    commands->commit();
+    const Picture picture = pictureOf(*target);
+    EXPECT_EQ(picture.at(50, 5), (Pixel{255, 0, 0, 255}));
+    EXPECT_EQ(picture.at(50, 95), (Pixel{0, 0, 128, 128}));
+    EXPECT_EQ(picture.at(150, 50), (Pixel{100, 0, 0, 128}));
+}
+
+TEST_P(OpenGLRenderTest, NamesTheDriverAndRefusesAContextWithoutItsFunctions) {
+    EXPECT_FALSE(device->rendererName().empty());
+    EXPECT_FALSE(OpenGLDevice::make([](const char*) -> GlProcedure { return nullptr; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(, OpenGLRenderTest, testing::Values(GlApi::core33, GlApi::es30),
+                         [](const auto& api) { return api.param == GlApi::core33 ? "OpenGL33" : "OpenGLES30"; });
+
+} // namespace
+} // namespace rewindle::test
