@@ -7,6 +7,7 @@
 #include "waveform/WaveformMarks.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -49,8 +50,11 @@ template <class Visit>
 void forEachDash(const Rect& line, Visit visit) {
     constexpr double kDashLength = 4;
     constexpr double kDashGap = 4;
-    for (double top = 0; top < line.height; top += kDashLength + kDashGap)
+    const int count = static_cast<int>(std::ceil(line.height / (kDashLength + kDashGap)));
+    for (int i = 0; i < count; ++i) {
+        const double top = i * (kDashLength + kDashGap);
         visit(Rect{line.x, line.y + top, line.width, std::min(kDashLength, line.height - top)});
+    }
 }
 
 /// Replaces `quads` by those of the overlays, in drawing order. Keeps the memory of `quads`.

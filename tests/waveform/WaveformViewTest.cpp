@@ -119,6 +119,13 @@ TEST_F(WaveformViewTest, DrawsOnlyWhenSomethingMovesAndThenAllocatesNothing) {
     }
     EXPECT_EQ(allocationsOfThisThread(), beforeFrames);
     EXPECT_EQ(counting.frames, 21);
+    freeze.frozen = true;
+    tick(2);
+    const int standing = counting.frames;
+    theme.waveformTop = {1, 1, 1};
+    view->setTheme(theme); // moves nothing, and is seen
+    tick(2);
+    EXPECT_EQ(counting.frames, standing + 1);
 }
 
 TEST_F(WaveformViewTest, NothingIsDrawnOnNoAreaOrOfNoBuffer) {
