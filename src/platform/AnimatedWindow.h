@@ -33,6 +33,7 @@ public:
 struct CoveringWindow {
     Rect rect;        // in the coordinates of `AnimatedWindow::frame`
     double alpha = 1; // of the whole window, 0 to 1
+    friend bool operator==(const CoveringWindow&, const CoveringWindow&) = default;
 };
 
 enum class WindowNotification { occlusionStateChanged, becameKey, resignedKey };
