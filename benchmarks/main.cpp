@@ -22,8 +22,12 @@ double secondsFor(const std::function<void()>& work, int repeats) {
 
 /// So many repeats that one measurement takes about 20 ms: long against the timer, short against the machine's moods.
 int repeatsFor(const std::function<void()>& work) {
+    // The best of three: whoever else takes the processor once must not make a short piece of work look long.
+    const auto best = [&](int repeats) {
+        return std::min({secondsFor(work, repeats), secondsFor(work, repeats), secondsFor(work, repeats)});
+    };
     int repeats = 1;
-    while (repeats < 1 << 20 && secondsFor(work, repeats) < 0.02)
+    while (repeats < 1 << 20 && best(repeats) < 0.02)
         repeats *= 2;
     return repeats;
 }
