@@ -61,9 +61,10 @@ void Process::signal(int number) const {
     if (pid_ > 0) kill(pid_, number);
 }
 
-int Process::wait() {
+int Process::wait(const std::function<void()>& meanwhile) {
     int status = 0;
-    if (pid_ > 0) waitpid(pid_, &status, 0);
+    while (pid_ > 0 && waitpid(pid_, &status, meanwhile ? WNOHANG : 0) == 0)
+        meanwhile();
     pid_ = 0;
     return exitCodeOf(status);
 }
@@ -75,10 +76,11 @@ void Process::end() {
     wait();
 }
 
-PrivateSession::PrivateSession(int rate) {
+PrivateSession::PrivateSession(const SessionParts& parts) {
     std::string pattern = (std::filesystem::temp_directory_path() / "rewindle-test.XXXXXX").string();
     folder_ = mkdtemp(pattern.data());
-    session("start", rate ? std::to_string(rate) : "");
+    if (parts.sound) session("start", parts.rate ? std::to_string(parts.rate) : "");
+    if (parts.display) session("display-start");
     adopt(folder_ / "env");
 }
 
@@ -103,7 +105,7 @@ CommandResult PrivateSession::run(const std::string& command) const {
     static int count = 0;
     const auto stem = folder_ / ("run-" + std::to_string(getpid()) + "-" + std::to_string(count++));
     Process process("{ " + command + " ; } </dev/null >" + stem.string() + ".out 2>" + stem.string() + ".err");
-    const int exitCode = process.wait();
+    const int exitCode = process.wait(meanwhile_);
     return {exitCode, contentsOf(stem.string() + ".out"), contentsOf(stem.string() + ".err")};
 }
 

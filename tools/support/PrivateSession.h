@@ -30,19 +30,27 @@ public:
 
     [[nodiscard]] pid_t pid() const { return pid_; }
     void signal(int number) const;
-    /// Waits for its end; -1 when a signal caused it.
-    int wait();
+    /// Waits for its end; -1 when a signal caused it. Calls `meanwhile` again and again, when there is one.
+    int wait(const std::function<void()>& meanwhile = {});
     void end();
 
 private:
     pid_t pid_ = 0;
 };
 
-/// A private sound server, whose environment this process and its children have while it lives.
+/// What a private session is made of, besides a message bus.
+struct SessionParts {
+    bool sound = true;
+    int rate = 0;         // of the sound server's graph; 0 for the server's own default
+    bool display = false; // an X server with a window manager
+};
+
+/// A private session, whose environment this process and its children have while it lives.
 class PrivateSession {
 public:
-    /// `rate` as the graph's rate; 0 for the server's own default. Throws when the server does not come up.
-    explicit PrivateSession(int rate = 0);
+    /// Throws when it does not come up.
+    explicit PrivateSession(const SessionParts& parts);
+    explicit PrivateSession(int rate = 0) : PrivateSession(SessionParts{.rate = rate}) {}
     ~PrivateSession();
     PrivateSession(const PrivateSession&) = delete;
     PrivateSession& operator=(const PrivateSession&) = delete;
@@ -53,9 +61,12 @@ public:
     void addDefaultSink(const std::string& name, const std::string& positions = {}) const;
     /// Runs a shell command to its end.
     [[nodiscard]] CommandResult run(const std::string& command) const;
+    /// For a test that is itself a part of the session: what goes on while a command runs, an event loop say.
+    void setMeanwhile(std::function<void()> meanwhile) { meanwhile_ = std::move(meanwhile); }
 
 private:
     Path folder_;
+    std::function<void()> meanwhile_;
 };
 
 /// Looks again every 20 ms until `done` holds or `seconds` have passed; returns whether it held.

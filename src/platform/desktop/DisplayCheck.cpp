@@ -93,8 +93,9 @@ bool opensWayland(const DisplayEnvironment& environment) {
     address.sun_family = AF_UNIX;
     if (!path.is_absolute() || path.native().size() >= sizeof address.sun_path) return false;
     path.native().copy(address.sun_path, sizeof address.sun_path - 1);
-    const Socket socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    return connect(socket.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    const Socket socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    return connect(socket.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
+           errno == EAGAIN; // somebody is there, and busy
 }
 
 bool isWaylandPlugin(const Path& file) {
@@ -117,9 +118,9 @@ std::optional<std::string> variable(const char* name) {
 
 /// One way of showing windows that Qt would try: no problem, or what is wrong with it.
 std::string x11Problem(const DisplayEnvironment& environment) {
-    if (!environment.x11Display) return "DISPLAY is not set";
+    if (!environment.x11Display || environment.x11Display->empty()) return "DISPLAY is not set";
     if (opensX11(*environment.x11Display)) return {};
-    return "the X server \"" + *environment.x11Display + "\" cannot be reached";
+    return "the X server \"" + *environment.x11Display + "\" cannot be opened";
 }
 
 std::string waylandProblem(const DisplayEnvironment& environment) {

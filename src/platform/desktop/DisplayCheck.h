@@ -9,13 +9,13 @@ namespace rewindle {
 
 /// What decides where windows would be shown. Unset variables are absent.
 struct DisplayEnvironment {
-    std::optional<std::string> qtPlatform;            // QT_QPA_PLATFORM
-    std::optional<std::string> x11Display;            // DISPLAY
-    std::optional<std::string> waylandDisplay;        // WAYLAND_DISPLAY
-    std::optional<std::string> waylandSocket;         // WAYLAND_SOCKET: a connection that the parent has opened
-    std::string sessionType;                          // XDG_SESSION_TYPE
-    std::filesystem::path runtimeFolder;              // XDG_RUNTIME_DIR
-    std::vector<std::filesystem::path> pluginFolders; // in which Qt looks for its plug-ins
+    std::optional<std::string> qtPlatform{};            // QT_QPA_PLATFORM
+    std::optional<std::string> x11Display{};            // DISPLAY
+    std::optional<std::string> waylandDisplay{};        // WAYLAND_DISPLAY
+    std::optional<std::string> waylandSocket{};         // WAYLAND_SOCKET: a connection that the parent has opened
+    std::string sessionType{};                          // XDG_SESSION_TYPE
+    std::filesystem::path runtimeFolder{};              // XDG_RUNTIME_DIR
+    std::vector<std::filesystem::path> pluginFolders{}; // in which Qt looks for its plug-ins
 
     [[nodiscard]] static DisplayEnvironment ofProcess();
 };

@@ -14,8 +14,8 @@ namespace rewindle {
 namespace {
 
 constexpr auto kFrameAnimationTime = std::chrono::milliseconds(200);
-/// A window manager that does not resize the window when it leaves full screen keeps nobody waiting longer.
-constexpr auto kFullScreenLimit = std::chrono::milliseconds(1'000);
+/// A window manager that does not resize a window when its state changes keeps nobody waiting longer.
+constexpr auto kSettleLimit = std::chrono::milliseconds(1'000);
 
 QRect toQRect(const Rect& rect) {
     return QRectF(rect.x, rect.y, rect.width, rect.height).toRect();
@@ -34,8 +34,8 @@ bool placesWindows() {
 QtWindow::QtWindow(QWidget& widget, WindowActivator& activator) : widget_(widget), activator_(activator) {
     widget_.installEventFilter(this);
     watchHandle();
-    fullScreenLimit_.setSingleShot(true);
-    connect(&fullScreenLimit_, &QTimer::timeout, this, &QtWindow::leftFullScreen);
+    settling_.setSingleShot(true);
+    connect(&settling_, &QTimer::timeout, this, &QtWindow::onSettled);
     animation_.setEasingCurve(QEasingCurve::OutCubic);
     connect(&animation_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& frame) { applyFrame(frame.toRect()); });
@@ -75,14 +75,12 @@ void QtWindow::leaveFullScreen(std::function<void()> completion) {
     if (!isFullScreen()) return completion();
     onLeftFullScreen_.push_back(std::move(completion));
     if (!widget_.isFullScreen()) return; // on its way already
-    fullScreenLimit_.start(isMapped_ ? kFullScreenLimit : std::chrono::milliseconds(0));
-    widget_.setWindowState(widget_.windowState() & ~Qt::WindowFullScreen);
+    leaveState(Qt::WindowFullScreen);
 }
 
-void QtWindow::leftFullScreen() {
-    fullScreenLimit_.stop();
-    for (const auto& completion : std::exchange(onLeftFullScreen_, {}))
-        completion();
+void QtWindow::leaveState(Qt::WindowState state) {
+    settling_.start(isMapped_ ? kSettleLimit : std::chrono::milliseconds(0));
+    widget_.setWindowState(widget_.windowState() & ~state);
 }
 
 std::optional<Rect> QtWindow::visibleFrame() const {
@@ -99,19 +97,21 @@ Rect QtWindow::frameRectForContentRect(const Rect& content) const {
 
 void QtWindow::setFrame(const Rect& frame, bool animate) {
     hiddenFrame_.reset();
-    if (widget_.windowState() & Qt::WindowMaximized)
-        widget_.setWindowState(widget_.windowState() & ~Qt::WindowMaximized);
-    if (wasMapped_) return moveFrame(toQRect(frame), animate);
-    // Nothing to be seen moving yet, unless the window is just about to appear.
-    pendingFrame_ = PendingFrame{.content = toQRect(frame), .animate = animate && widget_.isVisible()};
-    if (!widget_.isVisible()) applyFrame(pendingFrame_->content);
+    const bool isMaximized = widget_.isMaximized();
+    if (wasMapped_ && !isMaximized) return moveFrame(toQRect(frame), animate);
+    // The borders are not yet those that the window will have.
+    const auto target = toQRect(frame);
+    pendingFrame_ = PendingFrame{.content = QRect(target.topLeft(), target.size().shrunkBy(borders())),
+                                 .animate = animate && widget_.isVisible()};
+    if (isMaximized) leaveState(Qt::WindowMaximized);
+    if (!widget_.isVisible()) applyFrame(target);
 }
 
 bool QtWindow::eventFilter(QObject* watched, QEvent* event) {
     if (watched == handle_) {
-        if (event->type() == QEvent::Expose && handle_->isExposed() && !std::exchange(isMapped_, true)) {
-            // Later, when the events about its place that came with it have been seen.
-            QTimer::singleShot(0, this, &QtWindow::onMapped);
+        if (event->type() == QEvent::Expose && handle_->isExposed() && !isMapped_) {
+            isMapped_ = wasMapped_ = true;
+            settling_.start(0); // when the events about its place that came with it have been seen
         }
         return false;
     }
@@ -127,7 +127,7 @@ bool QtWindow::eventFilter(QObject* watched, QEvent* event) {
         if (!widget_.isVisible()) isMapped_ = false; // not merely miniaturised
         break;
     case QEvent::Resize:
-        if (fullScreenLimit_.isActive()) QTimer::singleShot(0, this, &QtWindow::leftFullScreen);
+        if (settling_.isActive()) settling_.start(0);
         break;
     default: break;
     }
@@ -141,10 +141,12 @@ void QtWindow::watchHandle() {
     if (handle_) handle_->installEventFilter(this);
 }
 
-void QtWindow::onMapped() {
-    wasMapped_ = true;
+void QtWindow::onSettled() {
+    for (const auto& completion : std::exchange(onLeftFullScreen_, {}))
+        completion();
+    if (!isMapped_) return;
     if (const auto pending = std::exchange(pendingFrame_, std::nullopt)) {
-        auto frame = QRect(pending->content.topLeft(), pending->content.size().grownBy(borders()));
+        const auto frame = QRect(pending->content.topLeft(), pending->content.size().grownBy(borders()));
         return moveFrame(frame, pending->animate);
     }
     // Some window managers put a window that comes back elsewhere.

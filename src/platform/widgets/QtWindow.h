@@ -56,8 +56,8 @@ private:
     };
 
     void watchHandle();
-    void onMapped();
-    void leftFullScreen();
+    void leaveState(Qt::WindowState state);
+    void onSettled();
     [[nodiscard]] QMargins borders() const;
     [[nodiscard]] QRect currentFrame() const;
     void moveFrame(const QRect& frame, bool animate);
@@ -68,9 +68,9 @@ private:
     WindowActivator& activator_;
     std::function<void()> onClose_;
     std::vector<std::function<void()>> onLeftFullScreen_; // not empty: on the way out of full screen
-    QTimer fullScreenLimit_;
+    QTimer settling_;                                     // active until the desktop has carried out a change
     QVariantAnimation animation_;
-    std::optional<PendingFrame> pendingFrame_; // waits for the window to be shown for the first time
+    std::optional<PendingFrame> pendingFrame_; // waits for the window to have the borders that it will have
     std::optional<QRect> hiddenFrame_;         // where the window was when it was hidden
     QPointer<QWindow> handle_;                 // the one that is watched
     bool isMapped_ = false;                    // on the screen, or miniaturised

@@ -1,0 +1,25 @@
+#include "host/desktop/DesktopTest.h"
+
+#include "platform/widgets/QtApplication.h"
+
+#include <QApplication>
+
+namespace rewindle::test {
+
+PrivateSession& DesktopTest::session() {
+    static PrivateSession session(SessionParts{.sound = false, .display = true});
+    return session;
+}
+
+} // namespace rewindle::test
+
+int main(int argc, char** argv) {
+    using namespace rewindle;
+    testing::InitGoogleTest(&argc, argv);
+    if (GTEST_FLAG_GET(list_tests)) return RUN_ALL_TESTS();
+    test::DesktopTest::session().setMeanwhile(
+        [] { QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::EventLoopExec, 10); });
+    QtApplication::identify();
+    QApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
