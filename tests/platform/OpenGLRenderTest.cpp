@@ -60,6 +60,21 @@ struct KeptImage final : ImageWriter {
     Picture kept;
 };
 
+/// A GPU that is never done before somebody waits for it.
+struct SlowFences {
+    static GLenum APIENTRY clientWaitSync(GLsync fence, GLbitfield flags, GLuint64 timeout) {
+        if (timeout == 0) return GL_TIMEOUT_EXPIRED;
+        ++waits;
+        return reinterpret_cast<PFNGLCLIENTWAITSYNCPROC>(eglGetProcAddress("glClientWaitSync"))(fence, flags,
+                                                                                                timeout);
+    }
+    static GlProcedure load(const char* name) {
+        if (std::string_view(name) != "glClientWaitSync") return eglGetProcAddress(name);
+        return reinterpret_cast<GlProcedure>(&clientWaitSync);
+    }
+    static inline int waits = 0;
+};
+
 /// A frame of 200 x 100 points, one column each 2 points, opaque red.
 WaveformFrame redFrame() {
     WaveformFrame frame;
@@ -76,13 +91,13 @@ class OpenGLRenderTest : public testing::TestWithParam<GlApi> {
 protected:
     void SetUp() override {
         ASSERT_TRUE(context.ok());
-        makeRenderer(std::numeric_limits<int>::max());
+        makeRenderer(eglGetProcAddress);
     }
-    void makeRenderer(int maxTextureSize) {
+    void makeRenderer(const GlLoader& loader, int maxTextureSize = std::numeric_limits<int>::max()) {
         target = nullptr;
         renderer = nullptr;
         core = nullptr;
-        device = OpenGLDevice::make(SurfacelessContext::loader(), maxTextureSize);
+        device = OpenGLDevice::make(loader, maxTextureSize);
         ASSERT_TRUE(device);
         core = MetalRenderCore::make(device.get(), Log(log, "Render"));
         ASSERT_TRUE(core) << testing::PrintToString(log.lines());
@@ -222,11 +237,13 @@ TEST_P(OpenGLRenderTest, DrawsWindowsOf7680PointsAndMoreColumnsThanATextureIsWid
     setTarget(200, 100);
     const Sound narrow(600);
     const Picture expected = draw(narrow.minima, narrow.maxima);
-    makeRenderer(256);
+    makeRenderer(eglGetProcAddress, 256);
     EXPECT_EQ(draw(narrow.minima, narrow.maxima).bytes, expected.bytes);
 }
 
-TEST_P(OpenGLRenderTest, FramesInFlightKeepTheirOwnColumns) {
+TEST_P(OpenGLRenderTest, AtMostThreeFramesAreInFlightAndEachKeepsItsColumns) {
+    SlowFences::waits = 0;
+    makeRenderer(SlowFences::load);
     constexpr std::size_t kFrames = 12;
     std::vector<std::unique_ptr<GpuTexture>> targets;
     const auto amplitude = [](std::size_t i) { return 0.05F * static_cast<float>(i + 1); };
@@ -234,20 +251,21 @@ TEST_P(OpenGLRenderTest, FramesInFlightKeepTheirOwnColumns) {
         targets.push_back(makeTarget(200, 100));
         layer.setTarget(framebufferOf(*targets.back()), 200, 100);
         renderer->render(frame, Columns(102, 0.0F), Columns(102, amplitude(i)), layer);
+        EXPECT_EQ(SlowFences::waits, i < 3 ? 0 : static_cast<int>(i) - 2);
     }
     for (std::size_t i = 0; i < kFrames; ++i)
         EXPECT_NEAR(pictureOf(*targets[i]).coverage(100), 45.0 * amplitude(i), 1) << i;
-    while (device->waitForCompletion()) {
-    }
 }
 
 TEST_P(OpenGLRenderTest, DrawsTheSameWhateverOthersLeftInTheContextAndLeavesNothingBound) {
-    const auto gl = loadGlFunctions(SurfacelessContext::loader());
+    const auto gl = loadGlFunctions(eglGetProcAddress);
     ASSERT_TRUE(gl);
     const Sound sound(102);
     frame.overlays = {{{20, 0, 40, 100}, {0, 1, 0, 0.5}}};
     const Picture expected = draw(sound.minima, sound.maxima);
 
+    setTarget(200, 100);
+    (void)draw(Columns(102, -1.0F), Columns(102, 1.0F)); // so that nothing is left of the expected picture
     for (const GLenum capability : {GL_SCISSOR_TEST, GL_DEPTH_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_BLEND})
         gl->enable(capability);
     gl->blendFuncSeparate(GL_ZERO, GL_ZERO, GL_ZERO, GL_ZERO);

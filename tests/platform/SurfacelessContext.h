@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/opengl/GlFunctions.h"
-
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <array>
@@ -32,9 +30,6 @@ public:
     SurfacelessContext(const SurfacelessContext&) = delete;
 
     [[nodiscard]] bool ok() const { return ok_; }
-    [[nodiscard]] static GlLoader loader() {
-        return [](const char* name) { return eglGetProcAddress(name); };
-    }
 
 private:
     EGLDisplay display_ = EGL_NO_DISPLAY;
