@@ -75,7 +75,7 @@ public:
     [[nodiscard]] QProcessEnvironment environment() const {
         auto variables = QProcessEnvironment::systemEnvironment();
         variables.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address());
-        for (const char* own : {"XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "HOME"}) {
+        for (const char* own : {"XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "HOME"}) {
             variables.insert(QString::fromLatin1(own), folder());
         }
         return variables;

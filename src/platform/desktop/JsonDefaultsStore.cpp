@@ -25,9 +25,13 @@ JsonDefaultsStore::JsonDefaultsStore(const Path& file, Log log) : path_(file), l
     if (file_.isDamaged()) sayStateOf(file_.setAsideIfDamaged(kPatience));
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only memory can run out, and then there is no way on
 JsonDefaultsStore::~JsonDefaultsStore() {
-    queue_.reset();    // after this nobody else is here
-    scheduled_ = true; // and nothing comes later
+    {
+        const std::lock_guard hold(mutex_);
+        ending_ = true;
+    }
+    queue_.reset(); // after this nobody else is here
     if (busy_) flush();
     if (unsynced_) syncFile(behindLinks(path_));
 }
@@ -79,7 +83,7 @@ void JsonDefaultsStore::applyPending(JsonMembers& members) const {
 }
 
 void JsonDefaultsStore::schedule() {
-    if (scheduled_) return;
+    if (scheduled_ || ending_) return;
     scheduled_ = true;
     if (!queue_) queue_.emplace("com.rewindle.settings");
     queue_->asyncAfter(kPauseBetweenSyncs, [this] { syncAndRetry(); });

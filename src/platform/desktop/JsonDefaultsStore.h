@@ -26,7 +26,7 @@ public:
 
     /// Sets a file aside that holds no settings ("settings.json.bad"). Requires: an absolute path.
     JsonDefaultsStore(const Path& file, Log log);
-    ~JsonDefaultsStore() override;
+    ~JsonDefaultsStore() override; // NOLINT(bugprone-exception-escape): only memory can run out
     JsonDefaultsStore(const JsonDefaultsStore&) = delete;
     JsonDefaultsStore& operator=(const JsonDefaultsStore&) = delete;
 
@@ -55,6 +55,7 @@ private:
     bool busy_ = false;     // another process keeps the lock
     bool unsynced_ = false;
     bool scheduled_ = false;
+    bool ending_ = false;
     std::optional<ThreadSerialQueue> queue_; // made for the first change
 };
 

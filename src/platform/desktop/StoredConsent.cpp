@@ -76,8 +76,8 @@ void StoredConsent::onPortalChanged(const QDBusMessage& signal) {
 }
 
 void StoredConsent::watchRecord() {
-    // All watches are made anew: one on a file that was replaced is still listed, and dead. Once more when a folder
-    // came between the look and the watch.
+    // All watches are made anew: one may be on a file that was replaced, or on a folder that is not the nearest any
+    // more. Once more when a folder came between the look and the watch.
     for (QStringList watched; watched != pathsToWatch(record_.file());) {
         if (const auto old = recordWatcher_.files() + recordWatcher_.directories(); !old.isEmpty())
             recordWatcher_.removePaths(old);

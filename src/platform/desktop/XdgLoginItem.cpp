@@ -50,6 +50,12 @@ std::string quotedArgument(std::string_view text) {
     return quoted + "\"";
 }
 
+/// Some desktops look for the program before they resolve "%%"; they find another one in front of it.
+std::string commandLine(const std::string& program) {
+    const char* const before = program.find('%') != std::string::npos ? "env " : "";
+    return before + quotedArgument(program) + " --hidden";
+}
+
 bool isUtf8(const std::string& text) {
     return QString::fromStdString(text).toStdString() == text;
 }
@@ -72,8 +78,8 @@ std::string autostartEntry(const Path& executable) {
            "Name=rewindle\n"
            "Comment=Keep the last minutes of what the computer plays\n"
            "Exec=" +
-           escapedString(quotedArgument(executable.native())) +
-           " --hidden\n"
+           escapedString(commandLine(executable.native())) +
+           "\n"
            "TryExec=" +
            escapedString(executable.native()) +
            "\n"
