@@ -14,21 +14,22 @@ std::string quoted(const std::string& text) {
     return result + "'";
 }
 
-/// The regular expression that means just this text.
-std::string exactly(const std::string& text) {
-    std::string result = "^";
-    for (const char c : text)
-        result +=
-            std::string("?.+*()|[").find(c) == std::string::npos ? std::string(1, c) : "[" + std::string(1, c) + "]";
-    return result + "$";
-}
-
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> all;
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line);)
         all.push_back(line);
     return all;
+}
+
+/// A command that prints `_NET_WM_VISIBLE_NAME = "title"`: what the window manager writes above the window.
+std::string titleOf(const std::string& id) {
+    return "LC_ALL=C.UTF-8 timeout 20 xprop -notype -id " + id + " _NET_WM_VISIBLE_NAME";
+}
+
+std::string titleIn(const std::string& line) {
+    const auto first = line.find('"');
+    return first == std::string::npos ? std::string() : line.substr(first + 1, line.rfind('"') - first - 1);
 }
 
 } // namespace
@@ -42,9 +43,15 @@ std::string Desktop::command(const std::string& line) const {
 }
 
 std::optional<std::string> Desktop::find(const std::string& title) const {
-    const auto found =
-        lines(session_.run("timeout 20 xdotool search --onlyvisible --name " + quoted(exactly(title))).output);
-    return found.empty() ? std::nullopt : std::optional(found.front());
+    // The window manager lists what it shows or has miniaturised.
+    const auto all = session_.run("for id in $(xprop -root -notype _NET_CLIENT_LIST | grep -o '0x[0-9a-f]*'); do "
+                                  "xprop -id $id -notype WM_STATE | grep -q Normal && echo $id $(" +
+                                  titleOf("$id") + "); done");
+    for (const auto& line : lines(all.output)) {
+        const auto space = line.find(' ');
+        if (titleIn(line) == title) return line.substr(0, space);
+    }
+    return std::nullopt;
 }
 
 std::string Desktop::window(const std::string& title) const {
@@ -55,10 +62,7 @@ std::string Desktop::window(const std::string& title) const {
 }
 
 std::string Desktop::keyWindow() const {
-    const auto said =
-        session_.run("timeout 20 xprop -notype -id $(timeout 20 xdotool getactivewindow) WM_NAME").output;
-    const auto first = said.find('"'); // WM_NAME = "title"
-    return first == std::string::npos ? std::string() : said.substr(first + 1, said.rfind('"') - first - 1);
+    return titleIn(session_.run(titleOf("$(timeout 20 xdotool getactivewindow)")).output);
 }
 
 Area Desktop::area(const std::string& title) const {
@@ -84,7 +88,7 @@ void Desktop::click(const std::string& title, int x, int y, int button) const {
 }
 
 void Desktop::press(const std::string& keys) const {
-    command("xdotool key " + quoted(keys));
+    command("xdotool key " + keys);
 }
 
 void Desktop::type(const std::string& text) const {

@@ -28,8 +28,8 @@ public:
     Desktop(const Desktop&) = delete;
     Desktop& operator=(const Desktop&) = delete;
 
-    // Windows, by the titles that the program gives them (Qt appends its name to what people see); one that is
-    // miniaturised or hidden is not on the screen
+    // Windows, by the titles that people see: Qt appends the program's name to those that do not end in it. One that
+    // is miniaturised or hidden is not on the screen.
     [[nodiscard]] bool isOnScreen(const std::string& title) const { return find(title).has_value(); }
     /// Waits for the window and returns its X11 number.
     std::string window(const std::string& title) const;
@@ -43,7 +43,7 @@ public:
     // Input, as from a mouse and a keyboard
     /// Clicks at a point inside the window.
     void click(const std::string& title, int x, int y, int button = 1) const;
-    /// Presses keys in the window that has the keyboard: "ctrl+comma", "Tab".
+    /// Presses keys in the window that has the keyboard, one after the other: "ctrl+comma", "Tab Tab space".
     void press(const std::string& keys) const;
     void type(const std::string& text) const;
 

@@ -113,10 +113,10 @@ TEST_F(QtWindowTest, DialogThatBlocksTheWindowGetsTheKeyboard) {
     QDialog dialog(&widget);
     dialog.setWindowTitle(QStringLiteral("question"));
     dialog.open();
-    desktop.window("question");
+    desktop.window("question — rewindle");
     window.orderOut();
     window.makeKeyAndOrderFront();
-    EXPECT_TRUE(runUntil([&] { return desktop.keyWindow() == "question"; }));
+    EXPECT_TRUE(runUntil([&] { return desktop.keyWindow() == "question — rewindle"; }));
 }
 
 TEST_F(QtWindowTest, TellsWhenFullScreenHasBeenLeft) {

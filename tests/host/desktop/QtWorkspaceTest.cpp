@@ -50,8 +50,8 @@ TEST_F(QtWorkspaceTest, FolderIsTheOneThatTheUserTyped) {
     std::filesystem::create_directory(folder_);
     const auto answerWith = [&](const std::string& text, const std::string& key) {
         QTimer::singleShot(0, [&, text, key] {
-            desktop.window("Choose where clips go");
-            EXPECT_TRUE(runUntil([&] { return desktop.keyWindow() == "Choose where clips go"; }));
+            desktop.window("Choose where clips go — rewindle");
+            EXPECT_TRUE(runUntil([&] { return desktop.keyWindow() == "Choose where clips go — rewindle"; }));
             desktop.type(text);
             desktop.press(key);
         });
