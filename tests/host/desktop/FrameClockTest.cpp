@@ -3,11 +3,15 @@
 #include "platform/widgets/QtAnimatedWindow.h"
 #include "platform/widgets/QtRepeatingTimers.h"
 #include "platform/widgets/TimerFd.h"
+#include "platform/widgets/X11DisplayRefresh.h"
 #include "render/WindowAnimationDriver.h"
 
 #include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QScreen>
+
+#include <atomic>
+#include <thread>
 
 namespace rewindle::test {
 namespace {
@@ -26,7 +30,7 @@ struct TickCounter final : DisplayClockClient {
 class FrameClockTest : public DesktopTest {
 protected:
     FrameClockTest() {
-        widget.setWindowTitle(QStringLiteral("main"));
+        widget.setWindowTitle(QStringLiteral("rewindle"));
         widget.setGeometry(200, 200, 400, 200);
         widget.show();
         EXPECT_TRUE(runUntil([&] { return window->isKey() && window->isOnScreen(); }));
@@ -72,7 +76,7 @@ TEST_F(FrameClockTest, FollowsTheKeyboardAndStopsWhileTheWindowIsMiniaturisedOrH
     EXPECT_TRUE(runs(ClockDrive::displayLink));
     const auto aside = other(kAside);
     EXPECT_TRUE(runs(ClockDrive::timer));
-    desktop.click("main", 50, 50);
+    desktop.click("rewindle", 50, 50);
     EXPECT_TRUE(runs(ClockDrive::displayLink));
     // Whether a window that comes back has the keyboard is up to the window manager.
     widget.showMinimized();
@@ -138,6 +142,20 @@ TEST_F(FrameClockTest, TheDisplayLinkKeepsToTheScreensRate) {
     // Ticks that a busy computer swallows are missing; there is never one too many.
     EXPECT_LE(frames, screenRate * 0.1 * double(reference.expirations() + 1) + 1);
     EXPECT_GE(frames, screenRate * 0.5);
+}
+
+TEST_F(FrameClockTest, TheScreensRefreshesAreCountedOnAThreadOfTheirOwn) {
+    std::atomic<int> refreshes = 0;
+    std::atomic<bool> onInterfaceThread = false;
+    const auto here = std::this_thread::get_id();
+    auto refresh = followX11DisplayRefresh([&] {
+        onInterfaceThread = std::this_thread::get_id() == here;
+        ++refreshes;
+    });
+    ASSERT_TRUE(refresh);
+    EXPECT_TRUE(runUntil([&] { return refreshes >= 30; }));
+    EXPECT_FALSE(onInterfaceThread);
+    refresh.reset(); // does not hang
 }
 
 TEST_F(FrameClockTest, TimersKeepToTheirGridAndMakeOneFireOfThoseThatWereMissed) {
