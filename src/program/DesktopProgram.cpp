@@ -52,6 +52,7 @@ int DesktopProgram::run(bool hidden) {
 
 void DesktopProgram::openMainWindow() {
     mainWindow_ = std::make_unique<MainWindow>(host_.session(), host_.control(), host_.defaults(), theme_, actions_);
+    mainGeometry_ = std::make_unique<WindowGeometry>(*mainWindow_, host_.defaults(), kGeometryKey);
     mainQtWindow_ = std::make_unique<QtWindow>(*mainWindow_, activator_);
     mainWindowHosting_.setMainWindow(mainQtWindow_.get());
     mainQtWindow_->makeKeyAndOrderFront();

@@ -15,6 +15,7 @@
 #include "platform/widgets/QtWorkspace.h"
 #include "platform/widgets/WindowActivator.h"
 #include "program/SessionHost.h"
+#include "program/WindowGeometry.h"
 #include "ui/Actions.h"
 #include "ui/MainWindow.h"
 #include "ui/NightfallTheme.h"
@@ -43,6 +44,7 @@ public:
 
 private:
     static constexpr std::string_view kHidingKey = "com.rewindle.hasExplainedHiding";
+    static constexpr auto kGeometryKey = "ui.mainWindowGeometry";
 
     void openMainWindow();
     void closeMainWindow();
@@ -68,6 +70,7 @@ private:
     DbusApplication dbusApplication_;
     Actions actions_;
     std::unique_ptr<MainWindow> mainWindow_;
+    std::unique_ptr<WindowGeometry> mainGeometry_;
     std::unique_ptr<QtWindow> mainQtWindow_;
     std::unique_ptr<SettingsWindow> settingsWindow_;
 };

@@ -16,7 +16,7 @@ constexpr int kWidth = 620, kHeight = 720, kLeastWidth = 520, kLeastHeight = 320
 
 SettingsWindow::SettingsWindow(AppSession& session, CaptureControl& control, const NightfallTheme& theme,
                                const Actions& actions) {
-    setWindowTitle(u"rewindle Settings"_s);
+    setWindowTitle(u"Settings — rewindle"_s);
     setMinimumSize(kLeastWidth, kLeastHeight);
     resize(kWidth, kHeight);
     fillWithSurface(*this, theme, &NightfallPalette::window);

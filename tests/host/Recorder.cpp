@@ -19,10 +19,14 @@ Path newFile(const PrivateSession& session, const std::string& extension) {
 } // namespace
 
 Recorder::Recorder(const PrivateSession& session, const std::string& options, bool capturing)
-    : session_(session), logFile_(newFile(session, ".log")), granted_(command("grant").exitCode == 0),
-      process_("REWINDLE_LOG=debug exec " REWINDLE_BINARY " --headless " + options + " 2>" + logFile_.string()) {
+    : Recorder(session, RecorderStart{.arguments = "--headless " + options, .capturing = capturing}) {}
+
+Recorder::Recorder(const PrivateSession& session, const RecorderStart& start)
+    : session_(session), logFile_(newFile(session, ".log")),
+      granted_(!start.granted || command("grant").exitCode == 0),
+      process_("REWINDLE_LOG=debug exec " REWINDLE_BINARY " " + start.arguments + " 2>" + logFile_.string()) {
     if (!granted_ ||
-        !eventually([&] { return command("status --json").exitCode == 0 && (!capturing || isCapturing()); })) {
+        !eventually([&] { return command("status --json").exitCode == 0 && (!start.capturing || isCapturing()); })) {
         throw std::runtime_error("rewindle did not come up: " + log());
     }
 }

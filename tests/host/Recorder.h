@@ -9,10 +9,19 @@ namespace rewindle::test {
 
 using namespace support;
 
-/// The program itself, running headless in a private session, and its commands as a user types them.
+/// How the program is started.
+struct RecorderStart {
+    std::string arguments = {}; // none: with its window
+    bool granted = true;        // what a user allowed before
+    bool capturing = true;      // wait until it does
+};
+
+/// The program itself, running in a private session, and its commands as a user types them.
 class Recorder {
 public:
-    /// Grants it access, starts it and waits until it answers, and until it captures if `capturing`.
+    /// Starts it and waits until it answers. Throws when it does not come up.
+    Recorder(const PrivateSession& session, const RecorderStart& start);
+    /// The same, headless, with access granted.
     explicit Recorder(const PrivateSession& session, const std::string& options = {}, bool capturing = true);
     /// Shows its log when the test has failed.
     ~Recorder();

@@ -1,0 +1,36 @@
+#include "program/WindowGeometry.h"
+
+#include <QEvent>
+
+#include <chrono>
+
+namespace rewindle {
+
+using namespace std::chrono_literals;
+
+WindowGeometry::WindowGeometry(QWidget& window, DefaultsStore& defaults, std::string key)
+    : window_(window), defaults_(defaults), key_(std::move(key)) {
+    if (const auto stored = defaults_.value<std::string>(key_)) {
+        window_.restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(*stored)));
+    }
+    settled_.setSingleShot(true);
+    settled_.setInterval(500ms);
+    QObject::connect(&settled_, &QTimer::timeout, this, [this] { save(); });
+    window_.installEventFilter(this);
+}
+
+WindowGeometry::~WindowGeometry() {
+    if (settled_.isActive()) save();
+}
+
+bool WindowGeometry::eventFilter(QObject* watched, QEvent* event) {
+    const bool changes = event->type() == QEvent::Move || event->type() == QEvent::Resize;
+    if (changes && window_.isVisible()) settled_.start();
+    return QObject::eventFilter(watched, event);
+}
+
+void WindowGeometry::save() {
+    defaults_.set(key_, window_.saveGeometry().toBase64().toStdString());
+}
+
+} // namespace rewindle
