@@ -59,7 +59,7 @@ NightfallPalette NightfallPalette::of(NightfallFlavor flavor, NightfallWaveformA
     const Color control =
         dark ? tokens.base.blended(0.85, tokens.surface0) : tokens.mantle.blended(0.35, tokens.surface0);
     const Color controlHover = control.blended(dark ? 0.5 : 0.6, dark ? tokens.surface1 : tokens.surface0);
-    const Color controlPressed = control.blended(dark ? 0.9 : 0.5, dark ? tokens.surface1 : tokens.surface1);
+    const Color controlPressed = control.blended(dark ? 0.9 : 0.5, tokens.surface1);
 
     const Color onAccent = dark ? tokens.crust : tokens.base;
     const Color accentFill = distinct(accentToken(tokens, accent), tokens.text, kTextContrast, {onAccent});

@@ -57,8 +57,8 @@ std::vector<NightfallSwatchPicker::Swatch> accentSwatches(NightfallFlavor flavor
 
 SettingsView::SettingsView(AppSession& session, CaptureControl& control, const NightfallTheme& theme,
                            const Actions& actions, QWidget* parent)
-    : QWidget(parent), session_(session), control_(control), settings_(session.settingsManager()),
-      themes_(session.themeManager()), theme_(theme), actions_(actions) {
+    : QWidget(parent), session_(session), settings_(session.settingsManager()), themes_(session.themeManager()),
+      theme_(theme), actions_(actions) {
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(Metrics::huge, Metrics::huge, Metrics::huge, Metrics::huge);
     column->setSpacing(Metrics::huge);

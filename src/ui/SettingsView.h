@@ -36,7 +36,6 @@ private:
     void showDevice(const CaptureStatus& status);
 
     AppSession& session_;
-    CaptureControl& control_;
     SettingsManager& settings_;
     ThemeManager& themes_;
     const NightfallTheme& theme_;
