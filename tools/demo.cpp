@@ -48,9 +48,22 @@ Sound music(double seconds) {
     return sound;
 }
 
-int compare(const Sound& played, const Sound& clip) {
+/// Without the silence from before the music began.
+Sound heard(const Sound& clip) {
+    std::size_t first = 0;
+    while (first < clip.frames() && clip.samples[2 * first] == 0 && clip.samples[2 * first + 1] == 0)
+        ++first;
+    return clip.part(first, clip.frames() - first);
+}
+
+int compare(const Sound& played, const Sound& wholeClip) {
+    const auto clip = heard(wholeClip);
+    if (clip.frames() == 0) {
+        std::printf("the clip is silent\n");
+        return 1;
+    }
     if (const auto at = rewindle::support::find(clip, played)) {
-        std::printf("all %.3f s of the clip are bit-identical to the music from %.3f s on\n",
+        std::printf("all %.3f s of music in the clip are bit-identical to what was played, from %.3f s on\n",
                     static_cast<double>(clip.frames()) / kRate, static_cast<double>(*at) / kRate);
         return 0;
     }
