@@ -8,7 +8,6 @@
 namespace rewindle {
 namespace {
 
-constexpr int timeoutMs_ = 3'000;
 constexpr auto kApplicationInterface = "org.freedesktop.Application";
 
 InstanceAnswer answerOf(const QDBusError& error) {

@@ -52,8 +52,6 @@ private:
 
 class DisplayCheckTest : public DesktopTest {
 protected:
-    static constexpr auto kNone = std::nullopt;
-
     DisplayEnvironment environment{.runtimeFolder = session().folder(), .pluginFolders = {session().folder()}};
     std::string problem() { return displayProblem(environment).value_or(""); }
     std::string problemOnX11(const std::string& display) {
@@ -88,7 +86,7 @@ TEST_F(DisplayCheckTest, TellsWhetherAWaylandCompositorListens) {
     WaylandSocket socket(session().folder() / "wayland-7");
     EXPECT_EQ(problem(), "Qt's support for Wayland is not installed");
     std::filesystem::create_directory(session().folder() / "platforms");
-    std::ofstream(session().folder() / "platforms/libqwayland-generic.so");
+    const std::ofstream plugin(session().folder() / "platforms/libqwayland-generic.so");
     EXPECT_EQ(problem(), "");
     environment.waylandDisplay = session().folder() / "wayland-7";
     EXPECT_EQ(problem(), "");
