@@ -66,8 +66,6 @@ void QtWindow::makeKeyAndOrderFront() {
 void QtWindow::orderOut() {
     if (!widget_.isVisible()) return;
     finishAnimation();
-    const bool ordinary = !(widget_.windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen));
-    if (ordinary && isMapped_) hiddenFrame_ = currentFrame();
     widget_.hide();
 }
 
@@ -96,7 +94,6 @@ Rect QtWindow::frameRectForContentRect(const Rect& content) const {
 }
 
 void QtWindow::setFrame(const Rect& frame, bool animate) {
-    hiddenFrame_.reset();
     const bool isMaximized = widget_.isMaximized();
     if (wasMapped_ && !isMaximized) return moveFrame(toQRect(frame), animate);
     // The borders are not yet those that the window will have.
@@ -144,14 +141,9 @@ void QtWindow::watchHandle() {
 void QtWindow::onSettled() {
     for (const auto& completion : std::exchange(onLeftFullScreen_, {}))
         completion();
-    if (!isMapped_) return;
-    if (const auto pending = std::exchange(pendingFrame_, std::nullopt)) {
-        const auto frame = QRect(pending->content.topLeft(), pending->content.size().grownBy(borders()));
-        return moveFrame(frame, pending->animate);
-    }
-    // Some window managers put a window that comes back elsewhere.
-    const auto hidden = std::exchange(hiddenFrame_, std::nullopt);
-    if (hidden && *hidden != currentFrame()) applyFrame(*hidden);
+    if (!isMapped_ || !pendingFrame_) return;
+    const auto pending = *std::exchange(pendingFrame_, std::nullopt);
+    moveFrame(QRect(pending.content.topLeft(), pending.content.size().grownBy(borders())), pending.animate);
 }
 
 QMargins QtWindow::borders() const {

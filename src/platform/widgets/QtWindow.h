@@ -71,7 +71,6 @@ private:
     QTimer settling_;                                     // active until the desktop has carried out a change
     QVariantAnimation animation_;
     std::optional<PendingFrame> pendingFrame_; // waits for the window to have the borders that it will have
-    std::optional<QRect> hiddenFrame_;         // where the window was when it was hidden
     QPointer<QWindow> handle_;                 // the one that is watched
     bool isMapped_ = false;                    // on the screen, or miniaturised
     bool wasMapped_ = false;                   // at least once, so that the borders are known
