@@ -20,12 +20,13 @@ WindowGeometry::WindowGeometry(QWidget& window, DefaultsStore& defaults, std::st
 }
 
 WindowGeometry::~WindowGeometry() {
-    if (settled_.isActive()) save();
+    if (window_.isVisible()) save();
 }
 
 bool WindowGeometry::eventFilter(QObject* watched, QEvent* event) {
     const bool changes = event->type() == QEvent::Move || event->type() == QEvent::Resize;
     if (changes && window_.isVisible()) settled_.start();
+    if (event->type() == QEvent::Hide) save(); // some desktops size a window before they show it, and tell nobody
     return QObject::eventFilter(watched, event);
 }
 
