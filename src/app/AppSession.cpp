@@ -32,7 +32,10 @@ void AppSession::evaluateCaptureState() {
     const bool allowed = permission_.isGranted();
     if (allowed != lastCaptureAllowed_) {
         lastCaptureAllowed_ = allowed;
-        if (!allowed) return sampler_.stop();
+        if (!allowed) {
+            forgetOutage();
+            return sampler_.stop();
+        }
         sampler_.unfreeze();
         return startCapture();
     }
@@ -89,7 +92,10 @@ void AppSession::onOutputDeviceChanged(const std::string& uid) {
 }
 
 void AppSession::onOutputDeviceResolved() {
-    if (sampler_.outputDeviceUid().get().empty()) return;
+    if (!sampler_.outputDeviceUid().get().empty()) forgetOutage();
+}
+
+void AppSession::forgetOutage() {
     hasReportedOutage_ = false;
     captureErrorMessage_.set(std::nullopt);
 }

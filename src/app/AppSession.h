@@ -61,6 +61,7 @@ private:
     void onDurationApplied();
     void onOutputDeviceChanged(const std::string& uid);
     void onOutputDeviceResolved();
+    void forgetOutage();
     void onCaptureStartFailed(const CoreAudioTapCaptureError& error);
     void onCaptureRestartFailed(const CoreAudioTapCaptureError& error);
 

@@ -17,12 +17,16 @@ std::pair<std::int64_t, std::int64_t> newestRange(const WaveformInfo& held, doub
     return {end - static_cast<std::int64_t>(wanted), end};
 }
 
-/// Export thread.
-Result<std::filesystem::path> writeToFolder(const StereoSamples& samples, const std::filesystem::path& folder,
-                                            const ClipExportServices& clips) {
-    auto outcome = exportClip(samples.left, samples.right, folder, kClipNamePrefix, clips);
-    if (!outcome) return Error{outcome.error().underlying().code, outcome.error().message()};
-    return std::move(outcome).value();
+std::pair<std::int64_t, std::int64_t> allOf(const WaveformInfo& held) {
+    return {held.oldestFrame, held.totalFramesWritten};
+}
+
+/// For those who ask by way of the control: in the words for people.
+ClipSaver::Completion tellingPlainly(CaptureControl::ExportReply reply) {
+    return [reply = std::move(reply)](const auto& outcome) {
+        if (outcome) return reply(outcome.value());
+        reply(Error{outcome.error().underlying().code, outcome.error().message()});
+    };
 }
 
 /// Control thread. Empty when the device is gone, or the server.
@@ -72,39 +76,45 @@ void SessionCaptureControl::endWhenIdle() {
 }
 
 void SessionCaptureControl::exportLast(double seconds, const Path& folder, ExportReply reply) {
-    exportRange([seconds](const WaveformInfo& held) { return newestRange(held, seconds); }, folder, std::move(reply));
+    exportRange([seconds](const WaveformInfo& held) { return newestRange(held, seconds); }, folder,
+                tellingPlainly(std::move(reply)));
 }
 
 void SessionCaptureControl::exportAll(const Path& folder, ExportReply reply) {
-    exportRange([](const WaveformInfo& held) { return std::pair(held.oldestFrame, held.totalFramesWritten); }, folder,
-                std::move(reply));
+    exportRange(allOf, folder, tellingPlainly(std::move(reply)));
 }
 
-void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, ExportReply reply) {
-    if (onShutDown_) return reply(Error{0, "rewindle is quitting."});
+void SessionCaptureControl::saveClip(std::optional<ClipRange> range, Completion completion) {
+    if (!range) return exportRange(allOf, {}, std::move(completion));
+    exportRange([range = *range](const WaveformInfo&) { return std::pair(range.first, range.end); }, {},
+                std::move(completion));
+}
+
+void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion) {
+    if (onShutDown_) return completion(WaveformExportError::writeFailed({0, "rewindle is quitting."}));
     // A folder that was asked for stands as it was given: its parent must exist.
     const auto target = folder.empty() ? services_.session.settingsManager().exportDirectory() : folder;
     ++exportsUnderWay_;
-    auto finish = [weak = std::weak_ptr(self_), reply = std::move(reply)](const Result<Path>& outcome) {
-        if (const auto self = weak.lock()) (*self)->onExported(outcome, reply);
+    auto finish = [weak = std::weak_ptr(self_), completion = std::move(completion)](const ClipOutcome& outcome) {
+        if (const auto self = weak.lock()) (*self)->onExported(outcome, completion);
     };
     // On the export thread nothing of this object is touched: only services, which outlive the queue's work.
     engine().copyFrames(std::move(range), services_.exportQueue,
                         [clips = services_.clips, &mainQueue = services_.mainQueue, target,
                          finish = std::move(finish)](const StereoSamples& samples) {
-                            auto outcome = writeToFolder(samples, target, clips);
+                            auto outcome = exportClip(samples.left, samples.right, target, kClipNamePrefix, clips);
                             mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
                         });
 }
 
-void SessionCaptureControl::onExported(const Result<Path>& outcome, const ExportReply& reply) {
+void SessionCaptureControl::onExported(const ClipOutcome& outcome, const Completion& completion) {
     --exportsUnderWay_;
     if (outcome) {
         services_.log.info("Saved " + outcome.value().string());
     } else {
-        services_.log.warning("Export failed: " + outcome.error().message);
+        services_.log.warning("Export failed: " + outcome.error().message());
     }
-    reply(outcome);
+    completion(outcome);
     if (outcome && onClipExported) onClipExported(outcome.value());
     endWhenIdle();
 }

@@ -5,6 +5,7 @@
 #include "base/Log.h"
 #include "meter/LevelMeterReader.h"
 #include "waveform/ClipExport.h"
+#include "waveform/ClipOutlets.h"
 
 #include <memory>
 #include <vector>
@@ -15,7 +16,7 @@ namespace rewindle {
 ///
 /// Threads:   interface thread. Clips are written on the export queue.
 /// Lifecycle: `shutDown` first, then destroy it before the session. What is still on a queue then is dropped.
-class SessionCaptureControl final : public CaptureControl {
+class SessionCaptureControl final : public CaptureControl, public ClipSaver {
 public:
     /// All of it outlives the control, and outlives the work on the queues.
     struct Services {
@@ -37,6 +38,7 @@ public:
 
     void exportLast(double seconds, const Path& folder, ExportReply reply) override;
     void exportAll(const Path& folder, ExportReply reply) override;
+    void saveClip(std::optional<ClipRange> range, Completion completion) override;
     void setFrozen(bool frozen) override;
     void requestStatus(std::function<void(const CaptureStatus&)> reply) override;
     void setDuration(int seconds, std::function<void(Result<void>)> reply) override;
@@ -44,8 +46,9 @@ public:
     void quit() override;
 
 private:
-    void exportRange(Rewindle::RangeChoice range, const Path& folder, ExportReply reply);
-    void onExported(const Result<Path>& outcome, const ExportReply& reply);
+    using ClipOutcome = Result<Path, WaveformExportError>;
+    void exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion);
+    void onExported(const ClipOutcome& outcome, const Completion& completion);
     void onOutputDeviceChanged();
     void requestDeviceDescription(const std::string& uid);
     void onDeviceDescription(const std::string& uid, const std::string& description);

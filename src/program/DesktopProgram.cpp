@@ -23,7 +23,16 @@ DesktopProgram::DesktopProgram(LogSink& log)
                  .mainQueue = host_.mainQueue()}),
       service_(host_.control(), QDBusConnection::sessionBus(), Log(log, "Control")),
       dbusApplication_(service_, QDBusConnection::sessionBus(),
-                       {.activate = [this](const ActivationToken& token) { reopen(token); }, .actions = {}}) {
+                       {.activate = [this](const ActivationToken& token) { reopen(token); }, .actions = {}}),
+      frameClocks_(log), waveform_{.clock = frameClocks_.clock(),
+                                   .drivers = frameClocks_.drivers(),
+                                   .timingLog = frameClocks_.timingLog(),
+                                   .freeze = freeze_,
+                                   .audition = audition_,
+                                   .saver = host_.control(),
+                                   .pasteboard = outlets_,
+                                   .dragSource = outlets_,
+                                   .forcedClockMode = frameClocks_.forcedMode()} {
     actions_ = {.openSettings = [this] { showSettings(); },
                 .revealFile = [this](const auto& file) { workspace_.revealFile(file); },
                 .closeRequested = [this] { closeMainWindow(); },
@@ -51,7 +60,8 @@ int DesktopProgram::run(bool hidden) {
 }
 
 void DesktopProgram::openMainWindow() {
-    mainWindow_ = std::make_unique<MainWindow>(host_.session(), host_.control(), host_.defaults(), theme_, actions_);
+    mainWindow_ =
+        std::make_unique<MainWindow>(host_.session(), host_.control(), waveform_, host_.defaults(), theme_, actions_);
     mainGeometry_ = std::make_unique<WindowGeometry>(*mainWindow_, host_.defaults(), kGeometryKey);
     mainQtWindow_ = std::make_unique<QtWindow>(*mainWindow_, activator_);
     mainWindowHosting_.setMainWindow(mainQtWindow_.get());

@@ -14,12 +14,15 @@
 #include "platform/widgets/QtWindow.h"
 #include "platform/widgets/QtWorkspace.h"
 #include "platform/widgets/WindowActivator.h"
+#include "program/FrameClocks.h"
 #include "program/SessionHost.h"
+#include "program/SilentOutlets.h"
 #include "program/WindowGeometry.h"
 #include "ui/Actions.h"
 #include "ui/MainWindow.h"
 #include "ui/NightfallTheme.h"
 #include "ui/SettingsWindow.h"
+#include "waveform/EngineFreeze.h"
 
 #include <memory>
 
@@ -69,6 +72,11 @@ private:
     DbusControlService service_;
     DbusApplication dbusApplication_;
     Actions actions_;
+    FrameClocks frameClocks_;
+    EngineFreeze freeze_{host_.session().sampler()};
+    SilentAudition audition_;
+    SilentOutlets outlets_;
+    WaveformServices waveform_;
     std::unique_ptr<MainWindow> mainWindow_;
     std::unique_ptr<WindowGeometry> mainGeometry_;
     std::unique_ptr<QtWindow> mainQtWindow_;

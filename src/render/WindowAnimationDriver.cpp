@@ -84,6 +84,7 @@ void WindowAnimationDriver::updateConfiguration() {
     } else if (services_.timingLog.isEnabled()) {
         services_.timingLog.event("clock_stop", stateDetail());
     }
+    isRunning_.set(desired.has_value());
 }
 
 void WindowAnimationDriver::start(ClockConfiguration configuration) {

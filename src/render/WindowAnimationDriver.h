@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Observable.h"
 #include "render/ClockConfiguration.h"
 #include "render/FrameClockServices.h"
 #include "render/WindowVisibilityMonitor.h"
@@ -38,6 +39,8 @@ public:
     [[nodiscard]] const std::optional<ClockConfiguration>& currentConfiguration() const {
         return currentConfiguration_;
     }
+    /// Whether a clock runs, for those who only want to know when it stops: no client is told.
+    [[nodiscard]] const Observable<bool>& isRunning() const { return isRunning_; }
     /// The rate of the running display link, for the "fps" of a tick's row in the log; none without one.
     [[nodiscard]] std::optional<double> framesPerSecond() const;
 
@@ -67,6 +70,7 @@ private:
     std::unique_ptr<DisplayLink> displayLink_;
     std::unique_ptr<RepeatingTimer> timer_;
     std::optional<ClockConfiguration> currentConfiguration_;
+    Observable<bool> isRunning_;
     std::array<Observation, 2> keyObservers_;
     double lastInteractionUptime_ = 0;
     std::vector<std::shared_ptr<DisplayClockClient>> ticking_; // kept for its capacity; empty between ticks

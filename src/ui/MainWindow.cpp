@@ -10,9 +10,14 @@ namespace rewindle {
 
 using namespace Qt::StringLiterals;
 
-MainWindow::MainWindow(AppSession& session, CaptureControl& control, DefaultsStore& defaults,
-                       const NightfallTheme& theme, const Actions& actions)
-    : actions_(actions), root_(new RootView(session, control, defaults, theme, actions)),
+MainWindow::MainWindow(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
+                       DefaultsStore& defaults, const NightfallTheme& theme, const Actions& actions)
+    : actions_(actions), animatedWindow_(std::make_shared<QtAnimatedWindow>(*this)),
+      driver_(waveform.drivers.driverFor(animatedWindow_)), keyMonitor_(new WaveformKeyMonitor(*this)),
+      root_(new RootView(session, defaults, theme,
+                         [this, &session, &control, &waveform, &theme] {
+                             return makeWaveformPage(session, control, waveform, theme);
+                         })),
       dialogLock_(new QWidget(this)) {
     setWindowTitle(u"rewindle"_s);
     setMinimumSize(kLeastWidth, kLeastHeight);
@@ -25,6 +30,19 @@ MainWindow::MainWindow(AppSession& session, CaptureControl& control, DefaultsSto
     addShortcuts();
 }
 
+MainWindow::~MainWindow() {
+    // The pages listen to what goes before the widgets would.
+    delete root_;
+}
+
+WaveformWindowView* MainWindow::makeWaveformPage(AppSession& session, CaptureControl& control,
+                                                 const WaveformServices& waveform,
+                                                 const NightfallTheme& theme) const {
+    auto* const page = new WaveformWindowView(session, control, waveform, driver_, theme, actions_);
+    keyMonitor_->setWaveform(&page->waveform());
+    return page;
+}
+
 void MainWindow::addShortcuts() {
     const auto add = [this](QKeyCombination keys, const std::function<void()>& action) {
         connect(new QShortcut(QKeySequence(keys), this), &QShortcut::activated, this, action);
@@ -33,7 +51,7 @@ void MainWindow::addShortcuts() {
     add(Qt::CTRL | Qt::Key_Q, [this] { actions_.quit(); });
     add(Qt::CTRL | Qt::Key_S, [this] {
         auto* const view = root_->waveformWindowView();
-        if (view && view->isVisible()) view->saveAll();
+        if (view && view->isVisible()) view->save();
     });
 }
 

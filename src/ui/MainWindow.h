@@ -1,6 +1,8 @@
 #pragma once
 
+#include "platform/widgets/QtAnimatedWindow.h"
 #include "ui/RootView.h"
+#include "ui/WaveformKeyMonitor.h"
 
 namespace rewindle {
 
@@ -11,8 +13,9 @@ namespace rewindle {
 class MainWindow final : public QWidget {
 public:
     static constexpr int kLeastWidth = 480, kLeastHeight = 200;
-    MainWindow(AppSession& session, CaptureControl& control, DefaultsStore& defaults, const NightfallTheme& theme,
-               const Actions& actions);
+    MainWindow(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
+               DefaultsStore& defaults, const NightfallTheme& theme, const Actions& actions);
+    ~MainWindow() override;
 
     [[nodiscard]] RootView& rootView() { return *root_; }
 
@@ -22,9 +25,15 @@ protected:
     bool event(QEvent* event) override;
 
 private:
+    [[nodiscard]] WaveformWindowView* makeWaveformPage(AppSession& session, CaptureControl& control,
+                                                       const WaveformServices& waveform,
+                                                       const NightfallTheme& theme) const;
     void addShortcuts();
 
     const Actions& actions_;
+    std::shared_ptr<QtAnimatedWindow> animatedWindow_;
+    std::shared_ptr<WindowAnimationDriver> driver_;
+    WaveformKeyMonitor* keyMonitor_;
     RootView* root_;
     QWidget* dialogLock_;
 };

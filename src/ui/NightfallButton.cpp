@@ -28,6 +28,11 @@ NightfallButton::NightfallButton(const NightfallTheme& theme, Kind kind, const Q
     connect(&theme, &NightfallTheme::changed, this, [this] { update(); });
 }
 
+void NightfallButton::setGlyph(NightfallGlyph glyph) {
+    glyph_ = glyph;
+    update();
+}
+
 QSize NightfallButton::sizeHint() const {
     const int around = 2 * Metrics::ringMargin;
     if (kind_ == Kind::link) {

@@ -19,6 +19,7 @@ public:
     NightfallButton(const NightfallTheme& theme, Kind kind, const QString& text,
                     NightfallGlyph glyph = NightfallGlyph::none, QWidget* parent = nullptr);
 
+    void setGlyph(NightfallGlyph glyph);
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
@@ -36,7 +37,7 @@ private:
 
     const NightfallTheme& theme_;
     const Kind kind_;
-    const NightfallGlyph glyph_;
+    NightfallGlyph glyph_;
     KeyboardFocus focus_;
 };
 

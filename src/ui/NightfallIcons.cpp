@@ -71,6 +71,27 @@ QPainterPath folderPath() {
     return path;
 }
 
+QPainterPath pausePath() {
+    QPainterPath path;
+    for (const double x : {-3.2, 3.2}) {
+        path.moveTo(x, -5.5);
+        path.lineTo(x, 5.5);
+    }
+    return path;
+}
+
+/// On to the end.
+QPainterPath livePath() {
+    QPainterPath path;
+    path.moveTo(-5.5, -6);
+    path.lineTo(3, 0);
+    path.lineTo(-5.5, 6);
+    path.closeSubpath();
+    path.moveTo(6, -6);
+    path.lineTo(6, 6);
+    return path;
+}
+
 QPainterPath glyphPath(NightfallGlyph glyph) {
     switch (glyph) {
     case NightfallGlyph::none: break;
@@ -78,6 +99,8 @@ QPainterPath glyphPath(NightfallGlyph glyph) {
     case NightfallGlyph::save: return savePath();
     case NightfallGlyph::warning: return warningPath();
     case NightfallGlyph::folder: return folderPath();
+    case NightfallGlyph::pause: return pausePath();
+    case NightfallGlyph::live: return livePath();
     }
     return {};
 }

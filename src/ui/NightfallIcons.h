@@ -6,7 +6,7 @@
 
 namespace rewindle {
 
-enum class NightfallGlyph { none, gear, save, warning, folder };
+enum class NightfallGlyph { none, gear, save, warning, folder, pause, live };
 
 /// Draws a glyph of thin lines into a square.
 void paintGlyph(QPainter& painter, NightfallGlyph glyph, const QRectF& square, const QColor& color);

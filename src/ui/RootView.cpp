@@ -41,18 +41,18 @@ private:
 
 } // namespace
 
-RootView::RootView(AppSession& session, CaptureControl& control, DefaultsStore& defaults, const NightfallTheme& theme,
-                   const Actions& actions, QWidget* parent)
-    : QWidget(parent), session_(session), control_(control), defaults_(defaults), theme_(theme), actions_(actions),
+RootView::RootView(AppSession& session, DefaultsStore& defaults, const NightfallTheme& theme,
+                   WaveformPage makeWaveform)
+    : session_(session), defaults_(defaults), theme_(theme), makeWaveform_(std::move(makeWaveform)),
       showOnboarding_(!defaults.flag(kOnboardingKey)), pages_(new QStackedLayout(this)) {
     observation_ = session_.permission().state().observe([this] { showPage(); });
     showPage();
 }
 
-template <class Page, class... Arguments>
-Page* RootView::makeOnce(Page*& page, Arguments&&... arguments) {
+template <class Page, class Make>
+Page* RootView::makeOnce(Page*& page, Make make) {
     if (!page) {
-        page = new Page(std::forward<Arguments>(arguments)...);
+        page = make();
         pages_->addWidget(page);
     }
     return page;
@@ -61,12 +61,12 @@ Page* RootView::makeOnce(Page*& page, Arguments&&... arguments) {
 QWidget* RootView::page() {
     if (showOnboarding_) {
         const bool isNew = onboarding_ == nullptr;
-        makeOnce(onboarding_, theme_);
+        makeOnce(onboarding_, [this] { return new OnboardingView(theme_); });
         if (isNew) connect(onboarding_, &OnboardingView::dismissed, this, [this] { dismissOnboarding(); });
         return onboarding_;
     }
-    if (session_.permission().isGranted()) return makeOnce(waveform_, session_, control_, theme_, actions_);
-    return makeOnce(permission_, session_.permission(), theme_);
+    if (session_.permission().isGranted()) return makeOnce(waveform_, makeWaveform_);
+    return makeOnce(permission_, [this] { return new PermissionView(session_.permission(), theme_); });
 }
 
 void RootView::showPage() {

@@ -18,8 +18,9 @@ class RootView final : public QWidget {
 public:
     static constexpr std::string_view kOnboardingKey = "com.rewindle.hasSeenOnboarding";
 
-    RootView(AppSession& session, CaptureControl& control, DefaultsStore& defaults, const NightfallTheme& theme,
-             const Actions& actions, QWidget* parent = nullptr);
+    /// Makes the main screen.
+    using WaveformPage = std::function<WaveformWindowView*()>;
+    RootView(AppSession& session, DefaultsStore& defaults, const NightfallTheme& theme, WaveformPage makeWaveform);
 
     [[nodiscard]] bool showOnboarding() const { return showOnboarding_; }
     /// The onboarding is fading away from above what comes next.
@@ -32,14 +33,13 @@ private:
     void expandToWaveform(const QPixmap& before);
     void showPage();
     [[nodiscard]] QWidget* page();
-    template <class Page, class... Arguments>
-    Page* makeOnce(Page*& page, Arguments&&... arguments);
+    template <class Page, class Make>
+    Page* makeOnce(Page*& page, Make make);
 
     AppSession& session_;
-    CaptureControl& control_;
     DefaultsStore& defaults_;
     const NightfallTheme& theme_;
-    const Actions& actions_;
+    const WaveformPage makeWaveform_;
     bool showOnboarding_;
     bool isExpandingToWaveform_ = false;
     QStackedLayout* pages_;

@@ -13,25 +13,30 @@ namespace {
 using namespace Qt::StringLiterals;
 using Metrics = NightfallMetrics;
 constexpr int kRefreshMs = 100;
+constexpr int kLeastWidthForLevels = 640; // points; below, the words need the place more
 
 } // namespace
 
-WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& control, const NightfallTheme& theme,
-                                       const Actions& actions, QWidget* parent)
-    : QWidget(parent), session_(session), control_(control), theme_(theme), actions_(actions),
-      banner_(new NightfallBanner(theme)), retained_(new RetainedAudioView(theme)), strip_(new LevelStrip(theme)) {
-    auto* const body = new QVBoxLayout;
-    body->setContentsMargins(Metrics::large, 0, Metrics::large, Metrics::medium);
-    body->setSpacing(Metrics::small);
-    body->addWidget(banner_);
-    body->addWidget(retained_, 1);
+WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
+                                       std::shared_ptr<WindowAnimationDriver> driver, const NightfallTheme& theme,
+                                       const Actions& actions)
+    : session_(session), saver_(waveform.saver), theme_(theme), actions_(actions),
+      banner_(new NightfallBanner(theme)), levels_(new LevelFigures(theme)),
+      waveform_(new WaveformViewRepresentable(session, *this, waveform, std::move(driver), theme)),
+      strip_(new LevelStrip(theme)) {
+    auto* const news = new QVBoxLayout;
+    news->setContentsMargins(Metrics::large, 0, Metrics::large, 0);
+    news->addWidget(banner_);
 
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(makeHeader());
-    column->addLayout(body, 1);
+    column->addLayout(news);
+    column->addWidget(waveform_, 1);
     column->addWidget(strip_);
+    setFocusProxy(waveform_);
+    waveform_->view().onExportFailure = [this](const auto& failure) { onExportFailure(failure); };
 
     refresh_ =
         new StatusRefresh(*this, control, kRefreshMs, [this](const CaptureStatus& status) { showStatus(status); });
@@ -55,14 +60,17 @@ QWidget* WaveformWindowView::makeHeader() {
     save_ = new NightfallButton(theme_, NightfallButton::Kind::primary, u"Save"_s, NightfallGlyph::save);
     save_->setText(u"Saving…"_s); // its width stays that of its longer text
     save_->setFixedWidth(save_->sizeHint().width());
-    save_->setAccessibleDescription(u"Saves all audio in memory as a clip"_s);
+    save_->setAccessibleDescription(u"Saves the selection, or all audio in memory, as a clip"_s);
+    save_->setToolTip(u"Save the selection, or everything (Ctrl+S)"_s);
     settings_ = new NightfallButton(theme_, NightfallButton::Kind::quiet, {}, NightfallGlyph::gear);
     settings_->setAccessibleName(u"Settings"_s);
     settings_->setToolTip(u"Settings (Ctrl+,)"_s);
+    for (auto* const button : {reveal_, save_, settings_})
+        button->setFocusPolicy(Qt::TabFocus); // a click leaves the keys to the waveform
     connect(reveal_, &QPushButton::clicked, this, [this] {
         if (saved_) actions_.revealFile(*saved_);
     });
-    connect(save_, &QPushButton::clicked, this, [this] { saveAll(); });
+    connect(save_, &QPushButton::clicked, this, [this] { save(); });
     connect(settings_, &QPushButton::clicked, this, [this] { actions_.openSettings(); });
 
     auto* const second = new QHBoxLayout;
@@ -81,6 +89,8 @@ QWidget* WaveformWindowView::makeHeader() {
     row->setSpacing(Metrics::small);
     row->addWidget(dot_);
     row->addLayout(texts, 1);
+    row->addWidget(levels_);
+    row->addSpacing(Metrics::tight);
     row->addWidget(save_);
     row->addWidget(settings_);
     return header;
@@ -105,8 +115,7 @@ void WaveformWindowView::showStatus(const CaptureStatus& status) {
     const auto state = listeningState(status, session_.sampler().isRunning().get());
     dot_->setState(state);
     state_->setContent(listeningText(state, status));
-    retained_->setRetained(status.retainedSeconds, status.durationSeconds);
-    retained_->setLevels(status.displayDb);
+    levels_->setLevels(status.displayDb);
     strip_->setLevels(status.displayDb);
     showNotice();
     updateSaveButton();
@@ -124,7 +133,7 @@ void WaveformWindowView::showNotice() {
 void WaveformWindowView::showLevelMeter() {
     const bool isShown = session_.settingsManager().showLevelMeter().get();
     strip_->setVisible(isShown);
-    retained_->setLevelsVisible(!isShown);
+    levels_->setVisible(!isShown && width() >= kLeastWidthForLevels);
 }
 
 void WaveformWindowView::updateSaveButton() {
@@ -132,7 +141,7 @@ void WaveformWindowView::updateSaveButton() {
     save_->setEnabled(!isSaving_ && status_.retainedSeconds >= kShortestClipSeconds);
 }
 
-void WaveformWindowView::saveAll() {
+void WaveformWindowView::saveClip(std::optional<ClipRange> range, Completion completion) {
     if (!save_->isEnabled()) return;
     isSaving_ = true;
     saveHadFocus_ = save_->hasFocus();
@@ -140,23 +149,31 @@ void WaveformWindowView::saveAll() {
     exportErrorMessage_.reset();
     showNotice();
     updateSaveButton();
-    control_.exportAll({}, [self = QPointer(this)](const Result<std::filesystem::path>& outcome) {
-        if (self) self->onSaved(outcome);
+    saver_.saveClip(range, [self = QPointer(this), completion = std::move(completion)](const auto& outcome) {
+        if (!self) return;
+        self->onSaved(outcome);
+        completion(outcome);
     });
 }
 
-void WaveformWindowView::onSaved(const Result<std::filesystem::path>& outcome) {
+void WaveformWindowView::onSaved(const Result<std::filesystem::path, WaveformExportError>& outcome) {
     isSaving_ = false;
-    if (outcome) {
-        saved_ = outcome.value();
-    } else {
-        exportErrorMessage_ = outcome.error().message;
-    }
-    showNotice();
+    if (outcome) saved_ = outcome.value();
     updateSaveButton();
     if (saveHadFocus_) save_->setFocus();
+}
+
+void WaveformWindowView::onExportFailure(const std::optional<WaveformExportError>& failure) {
+    exportErrorMessage_ = failure ? std::optional(failure->message()) : std::nullopt;
+    if (failure) saved_.reset();
+    showNotice();
     QAccessibleEvent alert(notice_, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
+}
+
+void WaveformWindowView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    showLevelMeter();
 }
 
 void WaveformWindowView::hideEvent(QHideEvent* event) {

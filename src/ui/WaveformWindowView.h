@@ -3,46 +3,54 @@
 #include "app/AppSession.h"
 #include "app/CaptureControl.h"
 #include "ui/Actions.h"
+#include "ui/LevelFigures.h"
 #include "ui/LevelStrip.h"
 #include "ui/NightfallBanner.h"
 #include "ui/NightfallButton.h"
-#include "ui/RetainedAudioView.h"
 #include "ui/StatusDot.h"
 #include "ui/StatusRefresh.h"
+#include "ui/WaveformViewRepresentable.h"
 
 #include <optional>
 
 namespace rewindle {
 
-/// The main screen: what is listened to, what is kept, and the button that saves it.
+/// The main screen: what is listened to, the picture of what is kept, and the button that saves it.
 ///
 /// Threads:   interface thread.
 /// Lifecycle: everything that it is given outlives it.
-class WaveformWindowView final : public QWidget {
+class WaveformWindowView final : public QWidget, private ClipSaver {
 public:
-    WaveformWindowView(AppSession& session, CaptureControl& control, const NightfallTheme& theme,
-                       const Actions& actions, QWidget* parent = nullptr);
+    /// `driver` is the frame clock of the window that the page will be in.
+    WaveformWindowView(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
+                       std::shared_ptr<WindowAnimationDriver> driver, const NightfallTheme& theme,
+                       const Actions& actions);
 
-    /// Saves all that is kept as one clip, unless there is too little or a clip is being saved already.
-    void saveAll();
+    /// Saves the selection, or all that is kept when there is none, as one clip, unless there is too little or a clip
+    /// is being saved already.
+    void save() { waveform_->view().saveAllCapturedAudioAs(); }
+    [[nodiscard]] WaveformViewRepresentable& waveform() { return *waveform_; }
     /// Why the last clip could not be saved; none after one that was.
     [[nodiscard]] const std::optional<std::string>& exportErrorMessage() const { return exportErrorMessage_; }
     [[nodiscard]] bool isRefreshing() const { return refresh_->isActive(); }
 
 protected:
     void hideEvent(QHideEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void saveClip(std::optional<ClipRange> range, Completion completion) override;
     [[nodiscard]] QWidget* makeHeader();
     void observe();
     void showStatus(const CaptureStatus& status);
     void showNotice();
     void showLevelMeter();
     void updateSaveButton();
-    void onSaved(const Result<std::filesystem::path>& outcome);
+    void onSaved(const Result<std::filesystem::path, WaveformExportError>& outcome);
+    void onExportFailure(const std::optional<WaveformExportError>& failure);
 
     AppSession& session_;
-    CaptureControl& control_;
+    ClipSaver& saver_;
     const NightfallTheme& theme_;
     const Actions& actions_;
     CaptureStatus status_;
@@ -58,7 +66,8 @@ private:
     NightfallButton* save_;
     NightfallButton* settings_;
     NightfallBanner* banner_;
-    RetainedAudioView* retained_;
+    LevelFigures* levels_;
+    WaveformViewRepresentable* waveform_;
     LevelStrip* strip_;
     StatusRefresh* refresh_;
     std::vector<Observation> observations_;

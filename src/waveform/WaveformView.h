@@ -97,6 +97,8 @@ public:
 
     [[nodiscard]] bool keyDown(const KeyEvent& event);
     [[nodiscard]] bool performKeyEquivalent(const KeyEvent& event);
+    /// Whether `performKeyEquivalent` would do something.
+    [[nodiscard]] static bool isKeyEquivalent(const KeyEvent& event);
 
     // Commands
 

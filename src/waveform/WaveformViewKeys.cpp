@@ -1,6 +1,7 @@
 #include "waveform/WaveformView.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace rewindle {
 namespace {
@@ -48,7 +49,7 @@ void WaveformView::handleArrow(bool toTheRight, bool extends) {
 }
 
 bool WaveformView::performKeyEquivalent(const KeyEvent& event) {
-    if (!event.modifiers.command || event.modifiers.control) return false;
+    if (!isKeyEquivalent(event)) return false;
     editor_.noteInteraction();
     if (event.code == KeyCode::rightArrow) return editor_.resumeLiveFollow(), true;
     if (event.code == KeyCode::leftArrow) return editor_.jumpToOldest(), true;
@@ -62,6 +63,13 @@ bool WaveformView::performKeyEquivalent(const KeyEvent& event) {
     case U'-': zoomOut(); return true;
     default: return false;
     }
+}
+
+bool WaveformView::isKeyEquivalent(const KeyEvent& event) {
+    constexpr std::u32string_view kCharacters = U"cas0=+-";
+    if (!event.modifiers.command || event.modifiers.control) return false;
+    if (event.code == KeyCode::leftArrow || event.code == KeyCode::rightArrow) return true;
+    return kCharacters.find(lowerCased(event.character)) != std::u32string_view::npos;
 }
 
 void WaveformView::copy() {

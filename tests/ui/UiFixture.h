@@ -5,6 +5,7 @@
 #include "ui/Actions.h"
 #include "ui/MainWindow.h"
 #include "ui/SettingsWindow.h"
+#include "waveform/WaveformViewFixture.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -18,7 +19,7 @@ namespace rewindle::test {
 class CountingCaptureControl final : public CaptureControl {
 public:
     void exportLast(double, const Path&, ExportReply) override {}
-    void exportAll(const Path& folder, ExportReply reply) override { exports.push_back({folder, std::move(reply)}); }
+    void exportAll(const Path&, ExportReply) override {}
     void setFrozen(bool) override {}
     void requestStatus(std::function<void(const CaptureStatus&)> reply) override {
         ++requests;
@@ -31,12 +32,7 @@ public:
     Result<void> setGain(double) override { return {}; }
     void quit() override {}
 
-    struct Export {
-        Path folder;
-        ExportReply reply;
-    };
     CaptureStatus status;
-    std::vector<Export> exports;
     std::vector<std::function<void(const CaptureStatus&)>> unanswered;
     bool isAnswering = true;
     int requests = 0;
@@ -60,7 +56,7 @@ protected:
     }
     MainWindow& openMainWindow(QSize size = {1280, 200}) {
         prepare();
-        mainWindow.emplace(*session, control, defaults, *theme, actions);
+        mainWindow.emplace(*session, control, waveform, defaults, *theme, actions);
         return present(*mainWindow, size);
     }
     SettingsWindow& openSettings() {
@@ -106,6 +102,13 @@ protected:
     CountingCaptureControl control;
     Actions actions;
     std::vector<std::string> told;
+    ManualTimers timers;
+    FrameTimingLog timingLog{{}, queues.clock};
+    WindowAnimationDrivers drivers{{queues.clock, timers, timingLog, log}};
+    FakeFreeze freeze;
+    FakeAudition audition;
+    FakeOutlets outlets;
+    WaveformServices waveform{queues.clock, drivers, timingLog, freeze, audition, outlets, outlets, outlets, {}};
     std::optional<NightfallTheme> theme;
     std::optional<MainWindow> mainWindow;
     std::optional<SettingsWindow> settingsWindow;

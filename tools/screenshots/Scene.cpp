@@ -2,7 +2,10 @@
 
 #include "ui/RootView.h"
 
+#include <array>
 #include <cerrno>
+#include <cmath>
+#include <numbers>
 
 namespace rewindle {
 namespace {
@@ -28,6 +31,31 @@ Scene::Scene(const Situation& situation) {
     control_.status.displayDb = {-12.3F, -9.8F};
     makeSession(situation.consent);
     theme_.emplace(session_->themeManager());
+    freeze_.emplace(session_->sampler());
+    waveform_.emplace(WaveformServices{queues_.clock, drivers_, timingLog_, *freeze_, audition_, outlets_, outlets_,
+                                       outlets_, AnimationClockMode::steady});
+}
+
+/// Broken chords, swelling and fading, with a beat below and a rest now and then.
+void Scene::playMusic(int seconds) {
+    constexpr std::size_t kRate = 48'000;
+    constexpr std::array kNotes{220.0, 261.6, 329.6, 440.0, 392.0, 329.6, 261.6, 246.9};
+    std::vector<float> samples(kRate / 4);
+    for (int beat = 0; beat < 4 * seconds; ++beat) {
+        const double note = kNotes.at(static_cast<std::size_t>(beat) % kNotes.size());
+        const double swell = beat % 64 < 60 ? 0.25 + 0.4 * std::pow(std::sin(beat * 0.041), 2) : 0;
+        const double drum = beat % 4 == 0 ? swell : 0;
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            const double time = static_cast<double>(i) / kRate;
+            const double tone = swell * std::exp(-5 * time) * std::sin(2 * std::numbers::pi * note * time);
+            const double low = drum * std::exp(-18 * time) * std::sin(2 * std::numbers::pi * 55 * time);
+            samples[i] = static_cast<float>(tone + 0.6 * low);
+        }
+        hardware_.play(samples, samples);
+        settle();
+    }
+    session_->sampler().drain([] {});
+    settle();
 }
 
 void Scene::makeSession(AudioCaptureProbeOutcome consent) {

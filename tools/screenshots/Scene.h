@@ -9,8 +9,12 @@
 #include "fakes/FakeFileSystem.h"
 #include "fakes/HeapAudioMemory.h"
 #include "fakes/ManualQueues.h"
+#include "fakes/ManualTimers.h"
 #include "ui/Actions.h"
 #include "ui/NightfallTheme.h"
+#include "ui/WaveformServices.h"
+#include "waveform/EngineFreeze.h"
+#include "waveform/WaveformViewFixture.h"
 
 #include <optional>
 
@@ -24,15 +28,20 @@ public:
         AudioCaptureProbeOutcome consent = AudioCaptureProbeOutcome::granted;
         bool hasBeenAsked = true;
         bool showLevelMeter = false;
+        int musicSeconds = 192; // that have been heard
     };
     explicit Scene(const Situation& situation);
 
     /// The sound server stops working until further notice.
     void breakCapture();
+    /// Has the computer play music until it keeps that much, and shows the newest of it.
+    void playMusic(int seconds);
     void settle() { queues_.settle(); }
 
     [[nodiscard]] AppSession& session() { return *session_; }
     [[nodiscard]] test::FakeCaptureControl& control() { return control_; }
+    [[nodiscard]] test::FakeOutlets& outlets() { return outlets_; }
+    [[nodiscard]] const WaveformServices& waveform() const { return *waveform_; }
     [[nodiscard]] DefaultsStore& defaults() { return defaults_; }
     [[nodiscard]] NightfallTheme& theme() { return *theme_; }
     [[nodiscard]] const Actions& actions() const { return actions_; }
@@ -52,6 +61,13 @@ private:
     test::FakeCaptureControl control_;
     Actions actions_;
     std::optional<AppSession> session_;
+    test::ManualTimers timers_;
+    FrameTimingLog timingLog_{{}, queues_.clock};
+    WindowAnimationDrivers drivers_{{queues_.clock, timers_, timingLog_, log_}};
+    test::FakeAudition audition_;
+    test::FakeOutlets outlets_;
+    std::optional<EngineFreeze> freeze_;
+    std::optional<WaveformServices> waveform_;
     std::optional<NightfallTheme> theme_;
 };
 

@@ -57,7 +57,9 @@ public:
     void takeMainWindow(const QString& name, const Situation& situation, QSize size,
                         const std::function<void(Scene&, MainWindow&)>& prepare = {}) {
         Scene scene(situation);
-        MainWindow window(scene.session(), scene.control(), scene.defaults(), scene.theme(), scene.actions());
+        scene.playMusic(situation.musicSeconds);
+        MainWindow window(scene.session(), scene.control(), scene.waveform(), scene.defaults(), scene.theme(),
+                          scene.actions());
         window.resize(size);
         window.show();
         if (prepare) prepare(scene, window);
@@ -71,9 +73,9 @@ private:
     bool hasFailed_ = false;
 };
 
-void saveClip(Scene& scene, MainWindow& window, const Result<std::filesystem::path>& outcome) {
-    window.rootView().waveformWindowView()->saveAll();
-    scene.control().exports.back().reply(outcome);
+void saveClip(Scene& scene, MainWindow& window, const Result<std::filesystem::path, WaveformExportError>& outcome) {
+    window.rootView().waveformWindowView()->save();
+    scene.outlets().finishSave(outcome);
 }
 
 void takeMainWindows(Photographer& photographer) {
@@ -97,7 +99,7 @@ void takeMainWindows(Photographer& photographer) {
     photographer.takeMainWindow(
         u"main-narrow"_s, {.showLevelMeter = true}, kNarrow, [](Scene& scene, MainWindow& window) {
             scene.breakCapture();
-            saveClip(scene, window, Error{28, "Could not write the audio file: No space left on device"});
+            saveClip(scene, window, WaveformExportError::writeFailed({28, "No space left on device"}));
         });
 }
 

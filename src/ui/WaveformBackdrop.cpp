@@ -1,0 +1,39 @@
+#include "ui/WaveformBackdrop.h"
+
+#include "ui/NightfallPalette.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace rewindle {
+namespace {
+
+constexpr double kSilenceAlpha = 0.22;
+
+} // namespace
+
+void WaveformBackdrop::paint(QImage& image, const WaveformTheme& theme, double scale) {
+    prepare(image.height(), theme, scale);
+    for (int y = 0; y < image.height(); ++y) {
+        auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        std::fill_n(line, image.width(), rows_[static_cast<std::size_t>(y)]);
+    }
+}
+
+void WaveformBackdrop::prepare(int height, const WaveformTheme& theme, double scale) {
+    if (theme == theme_ && scale == scale_ && rows_.size() == static_cast<std::size_t>(height)) return;
+    theme_ = theme;
+    scale_ = scale;
+    rows_.resize(static_cast<std::size_t>(height));
+    // Whole pixels, about one point, around the middle.
+    const double thickness = std::max(1.0, std::floor(scale));
+    const double top = std::round((height - thickness) / 2);
+    for (std::size_t row = 0; row < rows_.size(); ++row) {
+        const auto y = static_cast<double>(row);
+        Color color = theme.backgroundGradientStart.blended((y + 0.5) / height, theme.background);
+        if (y >= top && y < top + thickness) color = color.blended(kSilenceAlpha, theme.waveformBottom);
+        rows_[row] = toQColor(color).rgb();
+    }
+}
+
+} // namespace rewindle

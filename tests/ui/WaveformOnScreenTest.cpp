@@ -1,0 +1,125 @@
+#include "ui/UiFixture.h"
+#include "ui/WaveformInput.h"
+
+namespace rewindle::test {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+/// The waveform in the main window, which shows ten seconds of sound out of thirty.
+class WaveformOnScreenTest : public UiFixture {
+protected:
+    WaveformOnScreenTest() {
+        begin();
+        std::vector<float> square(48'000, 0.5F);
+        for (std::size_t i = 0; i < square.size(); i += 2)
+            square[i] = -0.5F;
+        for (int second = 0; second < 10; ++second) {
+            hardware.play(square, square);
+            settle();
+        }
+        session->sampler().drain([] {});
+        settle();
+        openMainWindow();
+        tick();
+    }
+    WaveformViewRepresentable& widget() { return mainWindow->rootView().waveformWindowView()->waveform(); }
+    [[nodiscard]] const WaveformEditor& editor() { return widget().view().editor(); }
+    void tick() {
+        queues.clock.advance(1s);
+        widget().view().displayLinkTick();
+        QApplication::processEvents();
+    }
+    void click(int x) { QTest::mouseClick(&widget(), Qt::LeftButton, {}, {x, 50}); }
+    QColor pixel(const QImage& picture, int x, int y) {
+        const auto place = widget().mapTo(mainWindow->window(), QPoint(x, y)) * mainWindow->devicePixelRatioF();
+        return picture.pixelColor(place);
+    }
+};
+
+TEST_F(WaveformOnScreenTest, TheSoundIsDrawnWhereItBelongsInTheColoursOfTheTheme) {
+    const auto frames = editor().timeline().renderedHeadFrame;
+    ASSERT_GT(frames, 0);
+    const int head = static_cast<int>(editor().axis().x(frames));
+    const QImage picture = mainWindow->grab().toImage();
+    EXPECT_EQ(picture.size(), mainWindow->size() * mainWindow->devicePixelRatioF());
+    const int middle = widget().height() / 2;
+    const int loud = static_cast<int>(middle * (1 - 0.9 * 0.5));
+    const auto backdrop = pixel(picture, head + 20, loud + 6);
+    EXPECT_NE(pixel(picture, head - 20, loud + 6), backdrop);
+    EXPECT_EQ(pixel(picture, head - 20, loud - 6).name(), pixel(picture, head + 20, loud - 6).name());
+    EXPECT_EQ(pixel(picture, head, loud - 6).name(), toQColor(theme->waveform().head).name());
+}
+
+TEST_F(WaveformOnScreenTest, KeysOfTheWindowAreTheWaveformsWhoeverHasThem) {
+    EXPECT_TRUE(widget().hasFocus()) << "without a click";
+    press(*mainWindow, Qt::Key_Space);
+    EXPECT_TRUE(freeze.frozen);
+    auto& save = find<QPushButton>(*mainWindow, u"Save"_s);
+    save.setFocus(Qt::TabFocusReason);
+    press(*mainWindow, Qt::Key_Home);
+    EXPECT_FALSE(editor().timeline().followLive);
+    EXPECT_TRUE(save.hasFocus());
+    press(*mainWindow, Qt::Key_Space); // but this one is the button's
+    EXPECT_TRUE(freeze.frozen);
+    EXPECT_EQ(outlets.saves.size(), 1U);
+    QTest::mouseClick(&find<QPushButton>(*mainWindow, u"Resume live follow"_s), Qt::LeftButton);
+    EXPECT_TRUE(editor().timeline().followLive);
+    click(100);
+    EXPECT_TRUE(widget().hasFocus());
+    press(*mainWindow, Qt::Key_A, Qt::ControlModifier);
+    EXPECT_TRUE(editor().marks().hasSelection());
+    press(*mainWindow, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(outlets.saves.size(), 1U) << "one is under way";
+    outlets.finishSave(std::filesystem::path("/clips/one.wav"));
+    press(*mainWindow, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_EQ(outlets.saves.back(), editor().marks().selectedRange());
+}
+
+TEST_F(WaveformOnScreenTest, APressThatActivatesTheWindowOnlyDoesThat) {
+    QApplication::setActiveWindow(nullptr);
+    click(100);
+    EXPECT_FALSE(editor().marks().hasMarks());
+    QApplication::setActiveWindow(&*mainWindow);
+    queues.clock.advance(99ms);
+    click(100);
+    EXPECT_FALSE(editor().marks().hasMarks()) << "the window was faster";
+    queues.clock.advance(2ms);
+    click(100);
+    EXPECT_TRUE(editor().marks().hasMarks());
+
+    QApplication::setActiveWindow(nullptr);
+    QApplication::setActiveWindow(&*mainWindow);
+    press(*mainWindow, Qt::Key_Escape);
+    click(200);
+    EXPECT_TRUE(editor().marks().hasMarks()) << "a key came in between";
+}
+
+TEST_F(WaveformOnScreenTest, WheelsCountStepsTouchpadsPixelsAndShiftTurnsThem) {
+    struct Case {
+        const char* what;
+        QPoint pixels, angle;
+        Qt::KeyboardModifiers modifiers;
+        double x, y;
+        bool precise;
+    };
+    for (const auto& [what, pixels, angle, modifiers, x, y, precise] :
+         {Case{"wheel", {}, {0, 120}, {}, 0, 1, false},
+          Case{"fine wheel", {}, {0, -30}, Qt::ControlModifier, 0, -0.25, false},
+          Case{"wheel with Shift", {}, {0, -240}, Qt::ShiftModifier, -2, 0, false},
+          Case{"tilted wheel with Shift", {}, {120, 0}, Qt::ShiftModifier, 1, 0, false},
+          Case{"touchpad", {7, -3}, {56, -24}, {}, 7, -3, true}}) {
+        SCOPED_TRACE(what);
+        const QWheelEvent event({10, 20}, {10, 20}, pixels, angle, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+        const auto scroll = scrollEvent(event);
+        EXPECT_EQ(scroll.location, (Point{10, 20}));
+        EXPECT_EQ(scroll.deltaX, x);
+        EXPECT_EQ(scroll.deltaY, y);
+        EXPECT_EQ(scroll.hasPreciseDeltas, precise);
+        EXPECT_EQ(scroll.modifiers.command, modifiers.testFlag(Qt::ControlModifier));
+    }
+}
+
+} // namespace
+} // namespace rewindle::test
