@@ -5,6 +5,7 @@
 #include "platform/desktop/DisplayCheck.h"
 #include "platform/desktop/InstanceClient.h"
 #include "platform/desktop/StoredConsentProbe.h"
+#include "platform/widgets/ProgramIcon.h"
 #include "program/DesktopProgram.h"
 #include "program/HeadlessProgram.h"
 #include "program/Messages.h"
@@ -51,6 +52,7 @@ void showMessage(char** argv, LogSink& log) {
     QtApplication::identify();
     int nameOnly = 1;
     const QApplication application(nameOnly, argv);
+    QGuiApplication::setWindowIcon(programIcon());
     JsonDefaultsStore defaults(JsonDefaultsStore::defaultFile(), Log(log, "Settings"));
     ThemeManager themes(defaults);
     const NightfallTheme theme(themes);
@@ -76,11 +78,7 @@ struct Runner {
         if (const auto problem = displayProblem(DisplayEnvironment::ofProcess())) {
             return fail(ExitCode::failed, *problem + "; to capture without a window: rewindle --headless");
         }
-        QtApplication::identify();
-        int nameOnly = 1;
-        const QApplication application(nameOnly, argv);
-        DesktopProgram program(log);
-        if (program.start() == DesktopProgram::Start::ready) return program.run(command.hidden);
+        if (const auto status = runWindow(command)) return *status;
         // Somebody was faster, between the question above and now.
         return handOver(command).value_or(static_cast<int>(ExitCode::failed));
     }
@@ -100,6 +98,16 @@ struct Runner {
     int operator()(const HelpCommand&) const { return print(helpText()); }
     int operator()(const VersionCommand&) const { return print("rewindle " REWINDLE_VERSION "\n"); }
     int operator()(const UsageError& error) const { return fail(ExitCode::usage, error.message); }
+
+    /// The application, to its end; none when another instance has the name.
+    [[nodiscard]] std::optional<int> runWindow(const WindowCommand& command) const {
+        QtApplication::identify();
+        int nameOnly = 1;
+        const QApplication application(nameOnly, argv);
+        DesktopProgram program(log);
+        if (program.start() == DesktopProgram::Start::alreadyRunning) return std::nullopt;
+        return program.run(command.hidden);
+    }
 
     /// What to exit with when an instance runs already; none when this one has to do the work.
     [[nodiscard]] std::optional<int> handOver(const WindowCommand& command) const {

@@ -2,6 +2,8 @@
 
 #include "program/Messages.h"
 
+#include <utility>
+
 namespace rewindle {
 
 HeadlessProgram::HeadlessProgram(LogSink& log, std::optional<RecordingDuration> durationForThisRun)
@@ -15,17 +17,18 @@ int HeadlessProgram::run() {
         return fail(ExitCode::failed, "another instance is running already");
     }
     auto& permission = host_.session().permission();
-    accessObservation_ = permission.state().observe([this] { sayWhatIsMissing(); });
     host_.session().begin();
-    permission.reconcileOnLaunch([&permission] {
+    permission.reconcileOnLaunch([this, &permission] {
         permission.consentChanged(); // it may have been granted before the first start
+        accessObservation_ = permission.state().observe([this] { sayWhatIsMissing(); });
+        sayWhatIsMissing();
     });
     return QCoreApplication::exec();
 }
 
 void HeadlessProgram::sayWhatIsMissing() {
-    const auto state = host_.session().permission().state().get();
-    if (state != AudioCaptureAccessState::firstRun && state != AudioCaptureAccessState::needsSystemSettings) return;
+    const bool isMissing = !host_.session().permission().isGranted();
+    if (std::exchange(isMissing_, isMissing) || !isMissing) return; // said before, or nothing to say
     log_.warning("Nothing is captured: audio access is not granted. Grant it with: rewindle grant");
 }
 

@@ -37,6 +37,7 @@ private:
     NoDesktop desktop_;
     SessionHost host_;
     DbusControlService service_;
+    bool isMissing_ = false; // access, and the log knows
     Observation accessObservation_;
 };
 

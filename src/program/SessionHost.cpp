@@ -42,7 +42,14 @@ AudioCapturePermissionModel::Operations SessionHost::permissionOperations() {
             .probe = [this](const auto& reply) { AudioCaptureProbe::probe(consent_, reply); },
             .request = [this, log](const auto& reply) { AudioCaptureProbe::request(consent_, log, reply); },
             .freshProbe =
-                [this, log](const auto& reply) { AudioCaptureProbe::freshProbe(consent_, launcher_, log, reply); }};
+                [this, log](const auto& reply) {
+                    AudioCaptureProbe::freshProbe(
+                        consent_, launcher_, log, [this, reply](AudioCaptureProbeOutcome fresh) {
+                            // A no that this process knows of counts, whatever the child made of a store that did not answer.
+                            const bool isRefused = consent_.preflight(kAudioCaptureConsent) == 1;
+                            reply(isRefused ? AudioCaptureProbeOutcome::denied : fresh);
+                        });
+                }};
 }
 
 } // namespace rewindle

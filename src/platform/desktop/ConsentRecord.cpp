@@ -48,8 +48,10 @@ Result<void> ConsentRecord::write(bool granted) {
     if (auto made = createPrivateFolders(file_.parent_path()); !made) return made;
     const auto written =
         replaceFile(file_, ownTemporaryFor(file_), granted ? kYes : kNo, Durability::againstPowerFailure);
-    if (!written) return written.error();
-    return {};
+    if (written) return {};
+    // A no needs no room on a full disk: without the record there is no consent either.
+    if (!granted && ::unlink(file_.c_str()) == 0) return {};
+    return written.error();
 }
 
 } // namespace rewindle

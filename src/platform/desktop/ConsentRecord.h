@@ -23,7 +23,7 @@ public:
     /// The answer; none when there is no record. A record that cannot be read, or says something else, is no consent:
     /// false, and a line in the log the first time.
     [[nodiscard]] std::optional<bool> read();
-    /// Survives a power failure from the moment it returns.
+    /// Survives a power failure from the moment it returns. A no that cannot be written takes the record away.
     [[nodiscard]] Result<void> write(bool granted);
 
 private:

@@ -87,6 +87,7 @@ void StoredConsent::watchRecord() {
 }
 
 int StoredConsent::answer() {
+    if (withdrawn_) return StoredConsentAnswer::kDenied;
     return StoredConsentAnswer::combined(record_.read(), portal_ ? portal_->granted : std::nullopt);
 }
 
@@ -116,15 +117,21 @@ bool StoredConsent::request(std::string_view service, std::function<void(bool)> 
         const auto reply = std::exchange(*waiting, nullptr); // one answer counts
         if (!self || !reply) return;
         const auto stored = (*self)->store(granted);
-        if (!stored) (*self)->log_.warning("The answer could not be stored: " + stored.error().message + ".");
+        if (!stored) (*self)->tellFailure(stored.error());
         reply(granted && stored);
     });
     return true;
 }
 
+void StoredConsent::tellFailure(const Error& error) {
+    log_.warning("The answer could not be stored: " + error.message + ".");
+    if (onFailure_) onFailure_(error);
+}
+
 Result<void> StoredConsent::store(bool granted) {
     const auto setting = StoredConsentPortal::setPermission(bus_, granted);
     const auto record = record_.write(granted);
+    withdrawn_ = !granted && !record; // a no counts here though it could not be stored
     watchRecord();
     tellChange();
     const auto reply = StoredConsentPortal::replyWithin(setting, QDeadlineTimer(kLongestWaitMs));

@@ -33,6 +33,9 @@ public:
     /// Without one, `request` is refused.
     void setQuestion(Question question) { question_ = std::move(question); }
 
+    /// Called when a user's answer to the question could not be stored, and so counts as a no.
+    void setFailureHandler(std::function<void(const Error&)> onFailure) { onFailure_ = std::move(onFailure); }
+
     /// The first call waits, 2 s at most, for the desktop's store.
     [[nodiscard]] std::optional<int> preflight(std::string_view service) override;
     bool request(std::string_view service, std::function<void(bool granted)> completion) override;
@@ -51,18 +54,21 @@ private:
     void watchRecord();
     [[nodiscard]] int answer();
     void tellChange();
+    void tellFailure(const Error& error);
 
     ConsentRecord record_;
     QDBusConnection bus_;
     const Log log_;
     Question question_;
     std::function<void()> onChange_;
+    std::function<void(const Error&)> onFailure_;
 
     std::optional<StoredConsentPortal::Entry> portal_; // none: it never answered
     std::optional<QDBusPendingCall> lookup_;           // the last, until its reply has been taken
     std::uint64_t lookups_ = 0;
     bool waited_ = false;
-    int told_; // the answer that others know
+    bool withdrawn_ = false; // by a user whose no could not be stored
+    int told_;               // the answer that others know
     QDBusServiceWatcher portalWatcher_;
     QFileSystemWatcher recordWatcher_;
     std::shared_ptr<StoredConsent*> self_; // a question's answer refers to it weakly

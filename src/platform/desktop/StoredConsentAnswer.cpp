@@ -10,7 +10,7 @@ int combined(std::optional<bool> record, std::optional<bool> portal) {
 }
 
 Result<void> outcome(bool granted, int now, const Result<void>& record, const Result<void>& portal) {
-    if (now == (granted ? kGranted : kDenied)) return {};
+    if ((now == kGranted) == granted) return {};
     if (!record) return record;
     if (!portal) return portal;
     return Error{EAGAIN, "another program changed the answer at the same time"};

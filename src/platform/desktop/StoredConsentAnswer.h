@@ -14,7 +14,8 @@ inline constexpr int kNoEntry = 2;
 /// One no is enough for a no. An answer that is not there says nothing.
 [[nodiscard]] int combined(std::optional<bool> record, std::optional<bool> portal);
 
-/// What storing an answer in both places came to: a success when it counts `now`, whatever failed.
+/// What storing an answer in both places came to: a success when it counts `now`, whatever
+/// failed.
 [[nodiscard]] Result<void> outcome(bool granted, int now, const Result<void>& record, const Result<void>& portal);
 
 } // namespace rewindle::StoredConsentAnswer

@@ -3,6 +3,8 @@
 #include "platform/desktop/StoredConsentAnswer.h"
 #include "platform/desktop/StoredConsentPortal.h"
 
+#include <cerrno>
+
 namespace rewindle {
 namespace {
 
@@ -15,11 +17,10 @@ std::optional<int> StoredConsentProbe::preflight(std::string_view service) {
     if (service != kAudioCaptureConsent) return std::nullopt;
     const auto lookup = StoredConsentPortal::lookUp(bus_);
     const auto record = record_.read(); // while the store is on its way
-    std::optional<bool> portal;
-    if (const auto reply = StoredConsentPortal::replyWithin(lookup, QDeadlineTimer(kLookupMs))) {
-        if (const auto entry = StoredConsentPortal::entryInReply(*reply)) portal = entry->granted;
-    }
-    return StoredConsentAnswer::combined(record, portal);
+    const auto reply = StoredConsentPortal::replyWithin(lookup, QDeadlineTimer(kLookupMs));
+    if (!reply) return std::nullopt; // a store that is there and says nothing may hold a no
+    const auto entry = StoredConsentPortal::entryInReply(*reply);
+    return StoredConsentAnswer::combined(record, entry ? entry->granted : std::nullopt);
 }
 
 Result<void> StoredConsentProbe::store(bool granted) {
@@ -27,7 +28,9 @@ Result<void> StoredConsentProbe::store(bool granted) {
     const auto record = record_.write(granted);
     const auto portal =
         StoredConsentPortal::outcomeOfSetting(StoredConsentPortal::replyWithin(setting, QDeadlineTimer(kStoreMs)));
-    return StoredConsentAnswer::outcome(granted, *preflight(kAudioCaptureConsent), record, portal);
+    const auto now = preflight(kAudioCaptureConsent);
+    if (!now) return Error{ETIMEDOUT, "the desktop's permission store does not answer"};
+    return StoredConsentAnswer::outcome(granted, *now, record, portal);
 }
 
 } // namespace rewindle
