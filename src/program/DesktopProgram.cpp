@@ -1,7 +1,5 @@
 #include "program/DesktopProgram.h"
 
-#include "ui/NightfallDialog.h"
-
 #include <QApplication>
 
 namespace rewindle {
@@ -23,7 +21,8 @@ DesktopProgram::DesktopProgram(LogSink& log)
                  .mainQueue = host_.mainQueue()}),
       service_(host_.control(), QDBusConnection::sessionBus(), Log(log, "Control")),
       dbusApplication_(service_, QDBusConnection::sessionBus(),
-                       {.activate = [this](const ActivationToken& token) { reopen(token); }, .actions = {}}),
+                       {.activate = [this](const ActivationToken& token) { reopen(token); },
+                        .actions = {{QStringLiteral("quit"), [this](const ActivationToken&) { delegate_.quit(); }}}}),
       frameClocks_(log), waveform_{.clock = frameClocks_.clock(),
                                    .drivers = frameClocks_.drivers(),
                                    .timingLog = frameClocks_.timingLog(),
@@ -43,10 +42,9 @@ DesktopProgram::DesktopProgram(LogSink& log)
     delegate_.setQuitHook([this](std::function<void()> done) { host_.control().shutDown(std::move(done)); });
     application_.setBecameActiveHandler([this] { delegate_.becameActive(); });
     workspace_.setSettingsLinkHandler([this] { showSettings(); });
-    host_.consent().setQuestion([this](std::function<void(bool)> answer) {
-        mainWindowHosting_.show();
-        askForSystemAudio(theme_, mainWindow_.get(), std::move(answer));
-    });
+    host_.consent().setQuestion([this](std::function<void(bool)> answer) { ask(std::move(answer)); });
+    host_.consent().setFailureHandler([this](const Error& error) { tellConsentFailure(error); });
+    accessObservation_ = host_.session().permission().state().observe([this] { answerOpenQuestion(); });
 }
 
 DesktopProgram::Start DesktopProgram::start() {
@@ -87,13 +85,37 @@ void DesktopProgram::showSettings() {
 
 void DesktopProgram::setConsent(bool granted) {
     const auto stored = host_.consent().store(granted);
-    if (!stored) log_.error("The consent could not be stored: " + stored.error().message);
+    if (!stored) tellConsentFailure(stored.error());
     host_.session().permission().consentChanged();
+}
+
+void DesktopProgram::ask(std::function<void(bool)> answer) {
+    mainWindowHosting_.show();
+    question_ = askForSystemAudio(theme_, mainWindow_.get(), std::move(answer));
+}
+
+/// Somebody has answered elsewhere, with a command say, while the question is on the screen.
+void DesktopProgram::answerOpenQuestion() {
+    const auto state = host_.session().permission().state().get();
+    if (!question_) return;
+    if (state == AudioCaptureAccessState::granted) question_->accept();
+    if (state == AudioCaptureAccessState::needsSystemSettings) question_->reject();
+}
+
+void DesktopProgram::tellConsentFailure(const Error& error) {
+    log_.error("The consent could not be stored: " + error.message + ".");
+    NightfallDialog::present(theme_,
+                             {.title = QStringLiteral("Your answer could not be stored"),
+                              .text = QString::fromStdString(error.message + "."),
+                              .accept = QStringLiteral("Close"),
+                              .refuse = {}},
+                             nullptr, {});
 }
 
 void DesktopProgram::reopen(const ActivationToken& token) {
     activator_.useToken(token);
-    (void)delegate_.shouldHandleReopen(mainWindow_ && mainWindow_->isVisible());
+    const bool isThere = delegate_.shouldHandleReopen(mainWindow_ && mainWindow_->isVisible());
+    if (isThere) activator_.activate(*mainWindow_); // other windows may be in front of it
 }
 
 } // namespace rewindle

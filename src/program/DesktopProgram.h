@@ -20,9 +20,12 @@
 #include "program/WindowGeometry.h"
 #include "ui/Actions.h"
 #include "ui/MainWindow.h"
+#include "ui/NightfallDialog.h"
 #include "ui/NightfallTheme.h"
 #include "ui/SettingsWindow.h"
 #include "waveform/EngineFreeze.h"
+
+#include <QPointer>
 
 #include <memory>
 
@@ -53,6 +56,9 @@ private:
     void closeMainWindow();
     void showSettings();
     void setConsent(bool granted);
+    void ask(std::function<void(bool)> answer);
+    void answerOpenQuestion();
+    void tellConsentFailure(const Error& error);
     void reopen(const ActivationToken& token);
 
     TerminationSignals signals_{[this] { delegate_.quit(); }};
@@ -81,6 +87,8 @@ private:
     std::unique_ptr<WindowGeometry> mainGeometry_;
     std::unique_ptr<QtWindow> mainQtWindow_;
     std::unique_ptr<SettingsWindow> settingsWindow_;
+    QPointer<NightfallDialog> question_; // while it is on the screen
+    Observation accessObservation_;
 };
 
 } // namespace rewindle

@@ -65,10 +65,6 @@ NightfallDialog::NightfallDialog(const NightfallTheme& theme, const Content& con
     connect(this, &QDialog::finished, this, [this](int result) { tell(result == Accepted); });
 }
 
-NightfallDialog::~NightfallDialog() {
-    tell(false);
-}
-
 void NightfallDialog::tell(bool accepted) {
     if (const auto answer = std::exchange(answer_, nullptr)) answer(accepted);
 }

@@ -22,12 +22,10 @@ public:
     };
     using Answer = std::function<void(bool accepted)>;
 
-    /// Shows the dialog and returns at once; `answer` is called exactly once, when the user has answered, or when
-    /// `parent` is destroyed before (false).
+    /// Shows the dialog and returns at once; `answer` is called once, when the user has answered. A dialog that goes
+    /// with its parent has no answer.
     static NightfallDialog* present(const NightfallTheme& theme, const Content& content, QWidget* parent,
                                     Answer answer);
-
-    ~NightfallDialog() override;
 
 private:
     NightfallDialog(const NightfallTheme& theme, const Content& content, QWidget* parent, Answer answer);

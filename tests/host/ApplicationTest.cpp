@@ -99,6 +99,11 @@ TEST_F(Application, FirstStartLeadsFromConsentToAClipAndRunsOnBehindItsStatusIte
     desktop.clickStatusItem();
     expectOnScreen(kWindow);
 
+    press(kWindow, "ctrl+comma");
+    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kSettings; }));
+    EXPECT_EQ(startAgain().exitCode, 0); // the window is there, but behind another one
+    EXPECT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
+
     EXPECT_EQ(desktop.statusMenu(), (std::vector<std::string>{"Show rewindle", "-", "Quit rewindle"}));
     desktop.chooseInStatusMenu("Quit rewindle");
     EXPECT_EQ(rewindle.process().wait(), 0);
@@ -162,6 +167,34 @@ TEST_F(Application, NothingIsCapturedWithoutConsentAndItsWithdrawalCountsAtOnce)
         EXPECT_EQ(startAgain("quit").exitCode, 0);
         rewindle.emplace(session, RecorderStart{.arguments = "--headless"});
     }
+}
+
+TEST_F(Application, AQuestionThatNobodyAnsweredStoresNothingAndClosesWhenAnsweredElsewhere) {
+    for (const bool quits : {true, false}) {
+        SCOPED_TRACE(quits);
+        Recorder rewindle(session, RecorderStart{.granted = false, .capturing = false});
+        if (quits) press(kWindow, "Return"); // the words of welcome
+        press(kWindow, "Return");
+        desktop.window(kQuestion);
+        EXPECT_EQ(startAgain(quits ? "quit" : "grant").exitCode, 0);
+        expectGone(kQuestion);
+        const auto record = session.folder() / "config/rewindle/consent";
+        EXPECT_EQ(std::filesystem::exists(record), !quits);
+        if (quits) continue;
+        EXPECT_TRUE(eventually([&] { return rewindle.isCapturing(); }));
+        EXPECT_EQ(startAgain("quit").exitCode, 0);
+    }
+    EXPECT_EQ(startAgain("--tcc-audio-capture-preflight").exitCode, 0);
+}
+
+TEST_F(Application, OfManyStartsAtOnceOneRunsAndTheOthersHandOver) {
+    std::vector<Process> starts;
+    for (int i = 0; i < 4; ++i)
+        starts.emplace_back("exec " REWINDLE_BINARY " 2>>" + (session.folder() / "starts.log").string());
+    expectOnScreen(kWindow);
+    EXPECT_EQ(startAgain("quit").exitCode, 0);
+    for (auto& start : starts)
+        EXPECT_EQ(start.wait(), 0);
 }
 
 TEST_F(Application, WithoutAStatusBarAHiddenWindowComesBackByAnotherStart) {
