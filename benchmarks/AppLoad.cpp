@@ -1,0 +1,125 @@
+// What the program costs as an application: its start beside that of an empty window, its memory, and what it takes
+// while its window is hidden, on a private session with a display and no GPU.
+//
+// app_load [SECONDS]    watches the hidden program for so long (60)
+
+#include "LoadSession.h"
+#include "PaintWatcher.h"
+#include "ProcessUsage.h"
+
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+namespace rewindle::bench {
+namespace {
+
+using namespace std::chrono_literals;
+using support::Process;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kRounds = 15;
+constexpr auto kProgram = "exec " REWINDLE_BINARY;
+constexpr auto kEmptyWindow = "exec " REWINDLE_EMPTY_WINDOW;
+
+double millisecondsSince(Clock::time_point start, Clock::time_point end = Clock::now()) {
+    return std::chrono::duration<double, std::milli>(end - start).count();
+}
+
+/// The settings and the consent of somebody who has been through the questions of the first start.
+void passFirstStart(const LoadSession& session) {
+    std::filesystem::create_directories(session.folder() + "/config/rewindle");
+    std::ofstream(session.folder() + "/config/rewindle/settings.json")
+        << R"({ "com.rewindle.hasSeenOnboarding": true })";
+    if (session.session().run(REWINDLE_BINARY " grant").exitCode != 0) throw std::runtime_error("no consent");
+}
+
+/// Starts a command, with its complaints in a log, and tells after how many milliseconds its window is painted.
+double firstFrameMs(const LoadSession& session, PaintWatcher& watcher, const std::string& command) {
+    watcher.begin();
+    const auto start = Clock::now();
+    const Process process(command + " 2>>" + session.folder() + "/log");
+    return millisecondsSince(start, watcher.firstPaintedFrame());
+}
+
+bool reportFirstFrame(const LoadSession& session) {
+    PaintWatcher watcher;
+    // Once each for the caches, and for the program to have placed its window for the first time.
+    firstFrameMs(session, watcher, kEmptyWindow);
+    firstFrameMs(session, watcher, kProgram);
+    std::vector<double> ratios;
+    std::vector<double> times;
+    for (int round = 0; round < kRounds; ++round) {
+        const double empty = firstFrameMs(session, watcher, kEmptyWindow);
+        times.push_back(firstFrameMs(session, watcher, kProgram));
+        ratios.push_back(times.back() / empty);
+    }
+    char unit[64];
+    std::snprintf(unit, sizeof unit, "x an empty window (%.0f ms)", median(times));
+    return report("exec to the first painted frame", median(ratios), unit, 2.0);
+}
+
+/// Milliseconds from the start of a command to its end, which must be a success.
+double runMs(const std::string& command) {
+    std::vector<double> times;
+    for (int round = 0; round < kRounds; ++round) {
+        const auto start = Clock::now();
+        Process process(command);
+        if (process.wait() != 0) throw std::runtime_error("failed: " + command);
+        times.push_back(millisecondsSince(start));
+    }
+    return median(times);
+}
+
+bool reportShown(const LoadSession& session) {
+    PaintWatcher watcher;
+    watcher.begin();
+    const Process program(kProgram + (" 2>>" + session.folder() + "/log"));
+    watcher.firstPaintedFrame();
+    const Process player = session.play();
+    std::this_thread::sleep_for(5s); // it draws what it hears
+    bool good = report("resident memory beyond the ring, window shown",
+                       megabytesBeyondRing(program.pid(), session.retainedSeconds()), "MB", 64);
+    good = report("second start, exec to exit", runMs(kProgram), "ms", 100) && good;
+    return report("preflight, exec to exit", runMs(std::string(kProgram) + " --tcc-audio-capture-preflight"), "ms",
+                  50) &&
+           good;
+}
+
+bool reportHidden(const LoadSession& session, double seconds) {
+    const Process program(std::string(kProgram) + " --hidden 2>>" + session.folder() + "/log");
+    const Process recorder = session.record();
+    const Process player = session.play();
+    std::this_thread::sleep_for(3s); // past what starting costs
+    std::vector<double> cpu;
+    std::vector<double> switches;
+    for (const auto& row : watch({program.pid(), recorder.pid()}, seconds)) {
+        cpu.push_back(row[0].cpuSeconds / row[1].cpuSeconds);
+        switches.push_back(row[0].switches / (seconds / kWindows) / kCyclesPerSecond);
+    }
+    if (session.retainedSeconds() < seconds) throw std::runtime_error("nothing was captured");
+    const bool good = report("CPU while a sine plays, window hidden", median(cpu), "x pw-record", 1.0);
+    return report("context switches, window hidden", median(switches), "x graph cycles", 1.5) && good;
+}
+
+int measure(double seconds) {
+    const LoadSession session({.display = true}, seconds + 10);
+    passFirstStart(session);
+    bool good = reportFirstFrame(session);
+    good = reportShown(session) && good;
+    return reportHidden(session, seconds) && good ? 0 : 1;
+}
+
+} // namespace
+} // namespace rewindle::bench
+
+int main(int argc, char** argv) {
+    try {
+        return rewindle::bench::measure(argc > 1 ? std::stod(argv[1]) : 60);
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "app_load: %s\n", problem.what());
+        return 1;
+    }
+}

@@ -1,0 +1,77 @@
+#include "ProcessUsage.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace rewindle::bench {
+namespace {
+
+std::filesystem::path folderOf(pid_t pid) {
+    return "/proc/" + std::to_string(pid);
+}
+
+double numberAfter(std::istream& file, const std::string& key) {
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind(key, 0) == 0) return std::stod(line.substr(key.size() + 1));
+    }
+    return 0;
+}
+
+/// So far.
+Usage usageOf(pid_t pid) {
+    Usage sum;
+    for (const auto& task : std::filesystem::directory_iterator(folderOf(pid) / "task")) {
+        double nanoseconds = 0;
+        std::ifstream(task.path() / "schedstat") >> nanoseconds;
+        sum.cpuSeconds += nanoseconds / 1e9;
+        std::ifstream status(task.path() / "status");
+        sum.switches += numberAfter(status, "voluntary_ctxt_switches:");
+        sum.switches += numberAfter(status, "nonvoluntary_ctxt_switches:");
+    }
+    return sum;
+}
+
+} // namespace
+
+std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double seconds) {
+    std::vector<std::vector<Usage>> rows;
+    const auto read = [&] {
+        std::vector<Usage> now;
+        for (const pid_t pid : pids)
+            now.push_back(usageOf(pid));
+        return now;
+    };
+    auto before = read();
+    for (int window = 0; window < kWindows; ++window) {
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds / kWindows));
+        auto now = read();
+        auto& row = rows.emplace_back();
+        for (std::size_t i = 0; i < pids.size(); ++i)
+            row.push_back(now[i] - before[i]);
+        before = std::move(now);
+    }
+    return rows;
+}
+
+double megabytesBeyondRing(pid_t pid, double retainedSeconds) {
+    std::ifstream status(folderOf(pid) / "status");
+    return numberAfter(status, "VmRSS:") / 1024 - retainedSeconds * 48'000 * 8 / 1048576;
+}
+
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
+bool report(const std::string& name, double value, const std::string& unit, double required) {
+    std::printf("%-52s %8.2f %-37s (at most %.2f) %s\n", name.c_str(), value, unit.c_str(), required,
+                value <= required ? "" : "TOO MUCH");
+    std::fflush(stdout);
+    return value <= required;
+}
+
+} // namespace rewindle::bench
