@@ -41,7 +41,10 @@ DesktopProgram::DesktopProgram(LogSink& log)
     host_.session().setShowMainWindow([this] { mainWindowHosting_.show(); });
     delegate_.setQuitHook([this](std::function<void()> done) { host_.control().shutDown(std::move(done)); });
     application_.setBecameActiveHandler([this] { delegate_.becameActive(); });
-    workspace_.setSettingsLinkHandler([this] { showSettings(); });
+    workspace_.setSettingsLinkHandler([this] {
+        showSettings();
+        settingsWindow_->presentConsent();
+    });
     host_.consent().setQuestion([this](std::function<void(bool)> answer) { ask(std::move(answer)); });
     host_.consent().setFailureHandler([this](const Error& error) { tellConsentFailure(error); });
     accessObservation_ = host_.session().permission().state().observe([this] { answerOpenQuestion(); });
@@ -62,7 +65,9 @@ void DesktopProgram::openMainWindow() {
         std::make_unique<MainWindow>(host_.session(), host_.control(), waveform_, host_.defaults(), theme_, actions_);
     mainGeometry_ = std::make_unique<WindowGeometry>(*mainWindow_, host_.defaults(), kGeometryKey);
     mainQtWindow_ = std::make_unique<QtWindow>(*mainWindow_, activator_);
+    const bool isFirstEver = !host_.defaults().flag(MainWindowHosting::kLayoutKey);
     mainWindowHosting_.setMainWindow(mainQtWindow_.get());
+    if (!isFirstEver && !mainGeometry_->isRestored()) mainWindowHosting_.applyDefaultFrame(false);
     mainQtWindow_->makeKeyAndOrderFront();
 }
 

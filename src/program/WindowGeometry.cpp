@@ -1,6 +1,7 @@
 #include "program/WindowGeometry.h"
 
 #include <QEvent>
+#include <QScreen>
 
 #include <chrono>
 
@@ -11,7 +12,8 @@ using namespace std::chrono_literals;
 WindowGeometry::WindowGeometry(QWidget& window, DefaultsStore& defaults, std::string key)
     : window_(window), defaults_(defaults), key_(std::move(key)) {
     if (const auto stored = defaults_.value<std::string>(key_)) {
-        window_.restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(*stored)));
+        isRestored_ = window_.restoreGeometry(QByteArray::fromBase64(QByteArray::fromStdString(*stored)));
+        window_.resize(window_.size().boundedTo(window_.screen()->availableGeometry().size()));
     }
     settled_.setSingleShot(true);
     settled_.setInterval(500ms);

@@ -19,6 +19,8 @@ public:
     /// Puts the window where it was, when that is known. Requires: not shown yet.
     WindowGeometry(QWidget& window, DefaultsStore& defaults, std::string key);
     ~WindowGeometry() override;
+    /// False when nothing is known, or nothing that fits the screen of today.
+    [[nodiscard]] bool isRestored() const { return isRestored_; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -29,6 +31,7 @@ private:
     QWidget& window_;
     DefaultsStore& defaults_;
     const std::string key_;
+    bool isRestored_ = false;
     QTimer settled_; // a drag is over
 };
 

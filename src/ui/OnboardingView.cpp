@@ -119,6 +119,7 @@ void OnboardingView::showPanels() {
     for (std::size_t index = 0; index < panels_.size(); ++index)
         panels_[index]->setVisible(isWide() || index == page_);
     dots_->setVisible(!isWide());
+    dots_->setPage(page_);
     row_->setStretch(0, isWide() ? 1 : 0); // all in the middle, or dots at the left and buttons at the right
     foot_->setStretch(foot_->count() - 1, isWide() ? 1 : 0);
     skip_->setVisible(!isAtEnd());

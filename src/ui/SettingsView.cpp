@@ -191,8 +191,14 @@ void SettingsView::showConsent() {
         consentRow_->setDescription(u"Has not been allowed to hear what this computer plays yet."_s);
         break;
     }
+    const bool hadFocus = allow_->hasFocus() || revoke_->hasFocus();
     allow_->setVisible(!isGranted);
     revoke_->setVisible(isGranted);
+    if (hadFocus) focusConsent(); // not whatever comes next on the page
+}
+
+void SettingsView::focusConsent() {
+    (allow_->isHidden() ? revoke_ : allow_)->setFocus(Qt::TabFocusReason);
 }
 
 NightfallSettingsSection* SettingsView::makeGeneral() {

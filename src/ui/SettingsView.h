@@ -22,6 +22,9 @@ public:
     SettingsView(AppSession& session, CaptureControl& control, const NightfallTheme& theme, const Actions& actions,
                  QWidget* parent = nullptr);
 
+    /// Gives the keyboard to the consent to hear what the computer plays.
+    void focusConsent();
+
 private:
     [[nodiscard]] NightfallSettingsSection* makeRecording();
     [[nodiscard]] NightfallSettingsSection* makeClips();

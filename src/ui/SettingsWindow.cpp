@@ -3,6 +3,7 @@
 #include "ui/NightfallScrollArea.h"
 #include "ui/NightfallSurface.h"
 
+#include <QScreen>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -11,19 +12,21 @@ namespace {
 
 using namespace Qt::StringLiterals;
 constexpr int kWidth = 620, kHeight = 720, kLeastWidth = 520, kLeastHeight = 320;
+constexpr int kTitleBar = 40; // what a desktop may put around a window, at most
 
 } // namespace
 
 SettingsWindow::SettingsWindow(AppSession& session, CaptureControl& control, const NightfallTheme& theme,
                                const Actions& actions) {
     setWindowTitle(u"Settings — rewindle"_s);
-    setMinimumSize(kLeastWidth, kLeastHeight);
-    resize(kWidth, kHeight);
+    const auto room = screen()->availableGeometry().size() - QSize(0, kTitleBar);
+    setMinimumSize(QSize(kLeastWidth, kLeastHeight).boundedTo(room));
+    resize(QSize(kWidth, kHeight).boundedTo(room));
     fillWithSurface(*this, theme, &NightfallPalette::window);
     auto* const scroll = new NightfallScrollArea(theme);
-    auto* const view = new SettingsView(session, control, theme, actions);
-    fillWithSurface(*view, theme, &NightfallPalette::window);
-    scroll->setWidget(view);
+    view_ = new SettingsView(session, control, theme, actions);
+    fillWithSurface(*view_, theme, &NightfallPalette::window);
+    scroll->setWidget(view_);
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->addWidget(scroll);
@@ -38,6 +41,11 @@ void SettingsWindow::present() {
     setWindowState(windowState() & ~Qt::WindowMinimized);
     raise();
     activateWindow();
+}
+
+void SettingsWindow::presentConsent() {
+    present();
+    view_->focusConsent();
 }
 
 } // namespace rewindle

@@ -13,6 +13,11 @@ public:
 
     /// Shows the window, in front of the others.
     void present();
+    /// The same, at the consent to hear what the computer plays.
+    void presentConsent();
+
+private:
+    SettingsView* view_;
 };
 
 } // namespace rewindle

@@ -23,7 +23,7 @@ CommandOutcome failure(ExitCode code, std::string_view error) {
 }
 
 CommandOutcome noInstance() {
-    return failure(ExitCode::noInstance, "no instance is running; start one with: rewindle --headless");
+    return failure(ExitCode::noInstance, "no instance is running; start one with: rewindle");
 }
 
 /// The bus answers for an instance that ended; a connection that broke was the bus ending.

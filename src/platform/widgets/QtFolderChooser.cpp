@@ -17,7 +17,8 @@ std::filesystem::path existingFolder(std::filesystem::path folder) {
 } // namespace
 
 std::optional<std::filesystem::path> QtFolderChooser::chooseFolder(const Question& question) {
-    QFileDialog dialog(QApplication::activeWindow(), QString::fromStdString(question.message),
+    QFileDialog dialog(QApplication::activeWindow(),
+                       QString::fromStdString(question.message.substr(0, question.message.find_last_not_of('.') + 1)),
                        QString::fromStdString(existingFolder(question.startFolder).native()));
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly);
