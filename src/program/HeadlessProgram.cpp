@@ -2,6 +2,9 @@
 
 #include "program/Messages.h"
 
+#include <QProcess>
+#include <QProcessEnvironment>
+
 #include <utility>
 
 namespace rewindle {
@@ -10,7 +13,23 @@ HeadlessProgram::HeadlessProgram(LogSink& log, std::optional<RecordingDuration> 
     : log_(log, "Headless"),
       host_({.log = log, .loginItem = loginItem_, .folderChooser = desktop_, .workspace = desktop_},
             durationForThisRun, [this] { end(); }),
-      service_(host_.control(), QDBusConnection::sessionBus(), Log(log, "Control")) {}
+      service_(host_.control(), QDBusConnection::sessionBus(), Log(log, "Control")),
+      dbusApplication_(service_, QDBusConnection::sessionBus(),
+                       {.activate = startWindow,
+                        .actions = {{QStringLiteral("quit"), [this](const ActivationToken&) { end(); }}},
+                        .hasWindow = false}) {}
+
+void HeadlessProgram::startWindow(const ActivationToken& token) {
+    const auto executable = QtProcessLauncher().executable();
+    if (!executable) return;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), QString::fromUtf8(token.xdgToken));
+    environment.insert(QStringLiteral("DESKTOP_STARTUP_ID"), QString::fromUtf8(token.startupId));
+    QProcess window;
+    window.setProcessEnvironment(environment);
+    window.setProgram(QString::fromStdString(executable->native()));
+    window.startDetached();
+}
 
 int HeadlessProgram::run() {
     if (service_.start() == DbusControlService::Start::alreadyRunning) {

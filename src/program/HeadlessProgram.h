@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Log.h"
+#include "platform/desktop/DbusApplication.h"
 #include "platform/desktop/DbusControlService.h"
 #include "platform/desktop/NoLoginItem.h"
 #include "platform/desktop/TerminationSignals.h"
@@ -30,6 +31,8 @@ private:
 
     void end();
     void sayWhatIsMissing();
+    /// A desktop wants a window: another start finds out that there is none here, and tells the user.
+    static void startWindow(const ActivationToken& token);
 
     TerminationSignals signals_{[this] { end(); }}; // before the first thread
     Log log_;
@@ -37,6 +40,7 @@ private:
     NoDesktop desktop_;
     SessionHost host_;
     DbusControlService service_;
+    DbusApplication dbusApplication_;
     bool isMissing_ = false; // access, and the log knows
     Observation accessObservation_;
 };

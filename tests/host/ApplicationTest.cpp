@@ -222,6 +222,15 @@ TEST_F(Application, AWindowNeverTakesThePlaceOfAnInstanceWithoutOne) {
     expectOnScreen(kHeadless);
     press(kHeadless, "Return");
     EXPECT_EQ(second.wait(), 1);
+    // A click on the program's entry in a menu comes over the bus.
+    EXPECT_EQ(session
+                  .run("gdbus call --session -d com.rewindle.Rewindle -o /com/rewindle/Rewindle "
+                       "-m org.freedesktop.Application.Activate '{}'")
+                  .exitCode,
+              0);
+    expectOnScreen(kHeadless);
+    press(kHeadless, "Return");
+    expectGone(kHeadless);
     const auto hidden = startAgain("--hidden");
     EXPECT_EQ(hidden.exitCode, 1);
     EXPECT_EQ(std::ranges::count(hidden.errors, '\n'), 1) << hidden.errors;

@@ -1,5 +1,7 @@
 #include "platform/desktop/DbusApplication.h"
 
+#include "platform/desktop/DbusStatus.h"
+
 #include <QDBusError>
 
 #include <utility>
@@ -9,8 +11,14 @@ namespace rewindle {
 DbusApplication::DbusApplication(QObject& exported, QDBusConnection bus, Handlers handlers)
     : QDBusAbstractAdaptor(&exported), bus_(std::move(bus)), handlers_(std::move(handlers)) {}
 
-void DbusApplication::Activate(const QVariantMap& platformData) {
-    run(handlers_.activate, platformData);
+void DbusApplication::Activate(const QVariantMap& platformData, const QDBusMessage& call) {
+    const auto caller = platformData.value(QString::fromLatin1(kCallerKey)).toString();
+    if (!caller.isEmpty() && !handlers_.hasWindow) {
+        call.setDelayedReply(true); // the error is the reply
+        bus_.send(call.createErrorReply(QString::fromLatin1(kNoWindowError), QStringLiteral("There is no window.")));
+    } else if (caller != QLatin1String(kCallerLooks)) {
+        run(handlers_.activate, platformData);
+    }
 }
 
 void DbusApplication::Open(const QStringList&, const QVariantMap& platformData) {

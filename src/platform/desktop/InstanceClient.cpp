@@ -8,8 +8,6 @@
 namespace rewindle {
 namespace {
 
-constexpr auto kApplicationInterface = "org.freedesktop.Application";
-
 InstanceAnswer answerOf(const QDBusError& error) {
     switch (error.type()) {
     case QDBusError::NoError: return InstanceAnswer::shown;
@@ -20,6 +18,7 @@ InstanceAnswer answerOf(const QDBusError& error) {
     case QDBusError::NoServer: return InstanceAnswer::noBus;
     default: break;
     }
+    if (error.name() == QLatin1String(kNoWindowError)) return InstanceAnswer::headless;
     // Qt has no number for this one.
     const bool isFree = error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
     return isFree ? InstanceAnswer::noInstance : InstanceAnswer::failed;
@@ -28,26 +27,23 @@ InstanceAnswer answerOf(const QDBusError& error) {
 } // namespace
 
 InstanceAnswer InstanceClient::activate(const ActivationToken& token) const {
-    if (!bus_.isConnected()) return InstanceAnswer::noBus;
-    return answerOf(QDBusError(call(kApplicationInterface, "Activate", {token.toPlatformData()})));
+    return ask(kCallerStarts, token.toPlatformData());
 }
 
 InstanceAnswer InstanceClient::find() const {
-    if (!bus_.isConnected()) return InstanceAnswer::noBus;
-    const auto reply = call("org.freedesktop.DBus.Introspectable", "Introspect", {});
-    const auto answer = answerOf(QDBusError(reply));
-    if (answer != InstanceAnswer::shown) return answer;
-    const bool hasWindow = reply.arguments().value(0).toString().contains(QLatin1String(kApplicationInterface));
-    return hasWindow ? InstanceAnswer::windowed : InstanceAnswer::headless;
+    const auto answer = ask(kCallerLooks, {});
+    return answer == InstanceAnswer::shown ? InstanceAnswer::windowed : answer;
 }
 
-QDBusMessage InstanceClient::call(const char* interface, const char* method, const QVariantList& arguments) const {
-    auto message =
+InstanceAnswer InstanceClient::ask(const char* caller, QVariantMap platformData) const {
+    if (!bus_.isConnected()) return InstanceAnswer::noBus;
+    platformData[QString::fromLatin1(kCallerKey)] = QString::fromLatin1(caller);
+    auto call =
         QDBusMessage::createMethodCall(QString::fromLatin1(kControlBusName), QString::fromLatin1(kControlObjectPath),
-                                       QString::fromLatin1(interface), QString::fromLatin1(method));
-    message.setAutoStartService(false);
-    message.setArguments(arguments);
-    return bus_.call(message, QDBus::Block, timeoutMs_);
+                                       QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"));
+    call.setAutoStartService(false);
+    call.setArguments({platformData});
+    return answerOf(QDBusError(bus_.call(call, QDBus::Block, timeoutMs_)));
 }
 
 } // namespace rewindle

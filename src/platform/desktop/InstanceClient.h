@@ -3,7 +3,7 @@
 #include "platform/desktop/ActivationToken.h"
 
 #include <QDBusConnection>
-#include <QDBusMessage>
+#include <QVariantMap>
 
 namespace rewindle {
 
@@ -30,7 +30,7 @@ public:
     [[nodiscard]] InstanceAnswer find() const;
 
 private:
-    [[nodiscard]] QDBusMessage call(const char* interface, const char* method, const QVariantList& arguments) const;
+    [[nodiscard]] InstanceAnswer ask(const char* caller, QVariantMap platformData) const;
 
     QDBusConnection bus_;
     int timeoutMs_;
