@@ -5,6 +5,7 @@
 #include "platform/desktop/DisplayCheck.h"
 #include "platform/desktop/InstanceClient.h"
 #include "platform/desktop/StoredConsentProbe.h"
+#include "platform/widgets/FontPreload.h"
 #include "platform/widgets/ProgramIcon.h"
 #include "program/DesktopProgram.h"
 #include "program/HeadlessProgram.h"
@@ -101,6 +102,7 @@ struct Runner {
 
     /// The application, to its end; none when another instance has the name.
     [[nodiscard]] std::optional<int> runWindow(const WindowCommand& command) const {
+        const FontPreload fonts;
         QtApplication::identify();
         int nameOnly = 1;
         const QApplication application(nameOnly, argv);

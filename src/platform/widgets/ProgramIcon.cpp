@@ -75,8 +75,9 @@ public:
         painter->restore();
     }
     [[nodiscard]] QIconEngine* clone() const override { return new ProgramIconPainter(*this); }
+    /// No more than needed: all of them are painted before the first frame.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
-        return {square(16), square(32), square(48), square(64), square(128), square(256)};
+        return {square(16), square(32), square(48), square(64), square(128)};
     }
 };
 
@@ -104,7 +105,7 @@ public:
 } // namespace
 
 QIcon programIcon() {
-    return QIcon::fromTheme(QString::fromLatin1(kControlBusName), QIcon(new ProgramIconPainter));
+    return QIcon(new ProgramIconPainter);
 }
 
 QIcon statusIcon() {
