@@ -28,12 +28,11 @@ double millisecondsSince(Clock::time_point start, Clock::time_point end = Clock:
     return std::chrono::duration<double, std::milli>(end - start).count();
 }
 
-/// The settings and the consent of somebody who has been through the questions of the first start.
+/// The settings of somebody who has been through the questions of the first start.
 void passFirstStart(const LoadSession& session) {
     std::filesystem::create_directories(session.folder() + "/config/rewindle");
     std::ofstream(session.folder() + "/config/rewindle/settings.json")
         << R"({ "com.rewindle.hasSeenOnboarding": true })";
-    if (session.session().run(REWINDLE_BINARY " grant").exitCode != 0) throw std::runtime_error("no consent");
 }
 
 /// Starts a command, with its complaints in a log, and tells after how many milliseconds its window is painted.

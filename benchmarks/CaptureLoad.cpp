@@ -15,7 +15,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <future>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -53,7 +55,9 @@ int measure(double seconds) {
     good = report("CPU while a sine plays, engine read live", median(liveCpu), "x pw-record", 1.0) && good;
     good = report("context switches, nobody reads", median(switches), "x graph cycles", 1.4) && good;
     good = report("context switches, engine read live", median(liveSwitches), "x graph cycles", 2.4) && good;
-    const double beyondRing = megabytesBeyondRing(program.pid(), session.retainedSeconds());
+    const double retained = session.retainedSeconds();
+    if (retained < seconds) throw std::runtime_error("nothing was captured");
+    const double beyondRing = megabytesBeyondRing(program.pid(), retained);
     good = report("resident memory beyond the ring", beyondRing, "MB", 40) && good;
 
     player.end();
@@ -106,5 +110,10 @@ int runLiveEngine() {
 
 int main(int argc, char** argv) {
     if (argc > 1 && !std::strcmp(argv[1], "--live-engine")) return rewindle::bench::runLiveEngine();
-    return rewindle::bench::measure(argc > 1 ? std::stod(argv[1]) : 60);
+    try {
+        return rewindle::bench::measure(argc > 1 ? std::stod(argv[1]) : 60);
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "capture_load: %s\n", problem.what());
+        return 1;
+    }
 }

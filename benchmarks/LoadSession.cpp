@@ -26,6 +26,7 @@ LoadSession::LoadSession(const support::SessionParts& parts, double secondsOfSin
     session_.addDefaultSink("out");
     std::ignore = session_.run("pw-metadata -n settings 0 clock.force-quantum " + std::to_string(kQuantum));
     save(sine(secondsOfSine), session_.folder() / "sine.wav");
+    if (session_.run(REWINDLE_BINARY " grant").exitCode != 0) throw std::runtime_error("no consent");
 }
 
 Process LoadSession::play() const {

@@ -7,7 +7,8 @@ namespace rewindle::bench {
 constexpr int kQuantum = 1024;
 constexpr double kCyclesPerSecond = 48'000.0 / kQuantum;
 
-/// A private session whose graph runs in cycles of `kQuantum` frames, with one output and a sine to play on it.
+/// A private session whose graph runs in cycles of `kQuantum` frames, with one output, a sine to play on it,
+/// and the user's consent.
 class LoadSession {
 public:
     LoadSession(const support::SessionParts& parts, double secondsOfSine);
