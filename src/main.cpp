@@ -7,6 +7,7 @@
 #include "platform/desktop/StoredConsentProbe.h"
 #include "platform/widgets/FontPreload.h"
 #include "platform/widgets/ProgramIcon.h"
+#include "platform/widgets/QtGpuProbe.h"
 #include "program/DesktopProgram.h"
 #include "program/HeadlessProgram.h"
 #include "program/Messages.h"
@@ -147,6 +148,7 @@ struct Runner {
 int main(int argc, char** argv) {
     using namespace rewindle;
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    if (arguments.size() == 1 && arguments[0] == kGpuProbeArgument) return runGpuProbe();
     StderrLogSink log(logLevel());
     qInstallMessageHandler(logQtMessage);
     AudioCaptureTCCProbeChild::exitIfProbeInvocation(arguments, [&] { return storedConsent(log); });

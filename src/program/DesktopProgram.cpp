@@ -23,15 +23,16 @@ DesktopProgram::DesktopProgram(LogSink& log)
       dbusApplication_(service_, QDBusConnection::sessionBus(),
                        {.activate = [this](const ActivationToken& token) { reopen(token); },
                         .actions = {{QStringLiteral("quit"), [this](const ActivationToken&) { delegate_.quit(); }}}}),
-      frameClocks_(log), waveform_{.clock = frameClocks_.clock(),
-                                   .drivers = frameClocks_.drivers(),
-                                   .timingLog = frameClocks_.timingLog(),
-                                   .freeze = freeze_,
-                                   .audition = audition_,
-                                   .saver = host_.control(),
-                                   .pasteboard = outlets_,
-                                   .dragSource = outlets_,
-                                   .forcedClockMode = frameClocks_.forcedMode()} {
+      frameClocks_(log),
+      gpu_(host_.defaults(), frameClocks_.clock(), log), waveform_{.clock = frameClocks_.clock(),
+                                                                   .drivers = frameClocks_.drivers(),
+                                                                   .timingLog = frameClocks_.timingLog(),
+                                                                   .freeze = freeze_,
+                                                                   .audition = audition_,
+                                                                   .saver = host_.control(),
+                                                                   .pasteboard = outlets_,
+                                                                   .dragSource = outlets_,
+                                                                   .forcedClockMode = frameClocks_.forcedMode()} {
     actions_ = {.openSettings = [this] { showSettings(); },
                 .revealFile = [this](const auto& file) { workspace_.revealFile(file); },
                 .closeRequested = [this] { closeMainWindow(); },
@@ -61,6 +62,7 @@ int DesktopProgram::run(bool hidden) {
 }
 
 void DesktopProgram::openMainWindow() {
+    waveform_.makeSurface = gpu_.surfaceFactory();
     mainWindow_ =
         std::make_unique<MainWindow>(host_.session(), host_.control(), waveform_, host_.defaults(), theme_, actions_);
     mainGeometry_ = std::make_unique<WindowGeometry>(*mainWindow_, host_.defaults(), kGeometryKey);

@@ -15,6 +15,7 @@
 #include "platform/widgets/QtWorkspace.h"
 #include "platform/widgets/WindowActivator.h"
 #include "program/FrameClocks.h"
+#include "program/GpuDrawing.h"
 #include "program/SessionHost.h"
 #include "program/SilentOutlets.h"
 #include "program/WindowGeometry.h"
@@ -79,6 +80,7 @@ private:
     DbusApplication dbusApplication_;
     Actions actions_;
     FrameClocks frameClocks_;
+    GpuDrawing gpu_;
     EngineFreeze freeze_{host_.session().sampler()};
     SilentAudition audition_;
     SilentOutlets outlets_;

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "platform/widgets/QtWaveformSurface.h"
 #include "render/FrameTimingLog.h"
 #include "render/WindowAnimationDriver.h"
 #include "waveform/AuditionControl.h"
 #include "waveform/CaptureFreeze.h"
 #include "waveform/ClipOutlets.h"
 
+#include <functional>
 #include <optional>
 
 namespace rewindle {
@@ -22,6 +24,8 @@ struct WaveformServices {
     ClipPasteboard& pasteboard;
     ClipDragSource& dragSource;
     std::optional<AnimationClockMode> forcedClockMode; // whatever the user does
+    /// What the GPU draws on; empty: the waveform is drawn in two dimensions.
+    std::function<QtWaveformSurface*(QWidget* parent)> makeSurface = {};
 };
 
 } // namespace rewindle

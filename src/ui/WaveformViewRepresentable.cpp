@@ -8,7 +8,9 @@
 #include <QNativeGestureEvent>
 #include <QPainter>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace rewindle {
 namespace {
@@ -52,11 +54,14 @@ WaveformViewRepresentable::WaveformViewRepresentable(AppSession& session, ClipSa
     followButton_->setCursor(Qt::ArrowCursor);
     connect(followButton_, &QPushButton::clicked, this, [this] { container_.pressFollowButton(); });
     view_->setDriver(driver_);
+    if (services.makeSurface) useSurface(services.makeSurface(this));
     observe();
 }
 
 WaveformViewRepresentable::~WaveformViewRepresentable() {
     if (isLive_) session_.sampler().setLive(false);
+    view_->setRenderer(nullptr);
+    surface_ = nullptr;
 }
 
 void WaveformViewRepresentable::observe() {
@@ -64,6 +69,7 @@ void WaveformViewRepresentable::observe() {
     const auto takeTheme = [this] {
         view_->setTheme(theme_.waveform());
         setNeedsDisplay();
+        paintSurfaceBackdrop();
     };
     observations_.push_back(session_.sampler().ringBufferRevision().observe(takeBuffer));
     observations_.push_back(session_.sampler().isFrozen().observe([this] { view_->markDirty(); }));
@@ -134,6 +140,8 @@ void WaveformViewRepresentable::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     view_->setBoundsSize({static_cast<double>(width()), static_cast<double>(height())});
     placeFollowButton();
+    if (surface_) surface_->setGeometry(rect());
+    paintSurfaceBackdrop();
 }
 
 void WaveformViewRepresentable::placeFollowButton() {
@@ -145,13 +153,33 @@ void WaveformViewRepresentable::placeFollowButton() {
 
 // Drawing
 
+void WaveformViewRepresentable::useSurface(QtWaveformSurface* surface) {
+    surface_ = surface;
+    surface_->lower(); // below the button
+    surface_->onUnusable = [this] {
+        view_->setRenderer(nullptr);
+        std::exchange(surface_, nullptr)->deleteLater();
+    };
+    view_->setRenderer(surface_);
+}
+
+void WaveformViewRepresentable::paintSurfaceBackdrop() {
+    if (!surface_) return;
+    const double scale = devicePixelRatioF();
+    QImage column(1, std::max(1, static_cast<int>(std::lround(height() * scale))), QImage::Format_RGB32);
+    backdrop_.paint(column, theme_.waveform(), scale);
+    surface_->setBackdrop(column);
+}
+
 void WaveformViewRepresentable::setNeedsDisplay() {
+    if (surface_) return; // it is given its pictures
     isPictureDue_ = true;
     update();
 }
 
 /// The picture has the pixels of the screen, which at a fractional scale do not fall on whole points.
 void WaveformViewRepresentable::paintEvent(QPaintEvent*) {
+    if (surface_) return;
     QPainter painter(this);
     const QTransform toDevice = painter.deviceTransform();
     const double left = std::round(toDevice.dx());

@@ -58,6 +58,8 @@ private:
     void showFollowing();
     void placeFollowButton();
     void drawPicture(QSize pixels);
+    void useSurface(QtWaveformSurface* surface);
+    void paintSurfaceBackdrop();
     [[nodiscard]] bool activatesWindow() const;
 
     AppSession& session_;
@@ -74,6 +76,7 @@ private:
     std::int64_t presses_ = 0;
     std::optional<double> activated_; // when the window was, in seconds of uptime; none once a key was pressed
 
+    QtWaveformSurface* surface_ = nullptr; // null: this widget is drawn on itself
     bool isPictureDue_ = true;
     QImage picture_;
     QtGraphicsContext context_;

@@ -1,0 +1,76 @@
+#include "platform/widgets/QtWaveformSurface.h"
+
+#include "platform/widgets/QtGpuProbe.h"
+
+#include <QOpenGLContext>
+#include <QPainter>
+
+#include <cmath>
+
+namespace rewindle {
+
+QtWaveformSurface::QtWaveformSurface(Services services, QWidget* parent)
+    : QOpenGLWidget(parent), services_(std::move(services)) {
+    setFormat(gpuSurfaceFormat(services_.isES));
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setFocusPolicy(Qt::NoFocus);
+}
+
+QtWaveformSurface::~QtWaveformSurface() {
+    release();
+}
+
+void QtWaveformSurface::setBackdrop(QImage column) {
+    backdrop_ = std::move(column);
+    update();
+}
+
+void QtWaveformSurface::render(const WaveformFrame& frame, std::span<const float> minima,
+                               std::span<const float> maxima) {
+    frame_ = frame;
+    minima_.assign(minima.begin(), minima.end());
+    maxima_.assign(maxima.begin(), maxima.end());
+    update();
+}
+
+void QtWaveformSurface::initializeGL() {
+    // Another window means another context, and what was made in the old one goes with it.
+    connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, &QtWaveformSurface::release);
+    device_ = OpenGLDevice::make([this](const char* name) { return context()->getProcAddress(name); });
+    core_ = MetalRenderCore::make(device_.get(), services_.log);
+    if (core_) {
+        core_->configure(layer_, false, services_.dump.isEnabled());
+        renderer_ = std::make_unique<WaveformMetalRenderer>(*core_, services_.dump);
+    }
+    // Later: whoever is told may take this away.
+    const std::string name = core_ ? device_->rendererName() : std::string();
+    const auto tell = [this, name] {
+        services_.onReady(name);
+        if (name.empty() && onUnusable) onUnusable();
+    };
+    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+}
+
+void QtWaveformSurface::paintGL() {
+    if (!renderer_) return;
+    const qreal scale = devicePixelRatioF();
+    const int pixelWidth = static_cast<int>(std::lround(width() * scale));
+    const int pixelHeight = static_cast<int>(std::lround(height() * scale));
+    layer_.setTarget(defaultFramebufferObject(), pixelWidth, pixelHeight);
+    renderer_->render(frame_, minima_, maxima_, layer_);
+    QPainter painter(this);
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
+    painter.drawImage(QRectF(rect()), backdrop_);
+}
+
+void QtWaveformSurface::release() {
+    if (!device_) return;
+    makeCurrent();
+    services_.dump.releaseTexture();
+    renderer_.reset();
+    core_.reset();
+    device_.reset();
+    doneCurrent();
+}
+
+} // namespace rewindle
