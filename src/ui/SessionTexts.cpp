@@ -30,9 +30,12 @@ QString clockText(double seconds) {
     return u"%1:%2"_s.arg(whole / 60).arg(whole % 60, 2, 10, QChar(u'0'));
 }
 
-QString keepingText(int durationSeconds) {
-    const auto duration = recordingDurationFromSeconds(durationSeconds);
-    return duration ? u"Keeping the last "_s + fromUtf8(label(*duration)) + u" in memory"_s : QString();
+QString keepingText(const CaptureStatus& status) {
+    const auto duration = recordingDurationFromSeconds(status.durationSeconds);
+    if (!duration) return {};
+    const auto whole = u"the last "_s + fromUtf8(label(*duration)) + u" in memory"_s;
+    const bool isFull = std::round(status.retainedSeconds) >= status.durationSeconds;
+    return isFull ? u"Keeping "_s + whole : clockText(status.retainedSeconds) + u" of "_s + whole;
 }
 
 QString fromUtf8(std::string_view text) {

@@ -16,8 +16,8 @@ enum class ListeningState { listening, waiting, frozen, stopped };
 
 /// "3:05" of seconds, rounded down.
 [[nodiscard]] QString clockText(double seconds);
-/// "Keeping the last 5 minutes in memory".
-[[nodiscard]] QString keepingText(int durationSeconds);
+/// "3:05 of the last 5 minutes in memory", or "Keeping the last 5 minutes in memory" once there is as much.
+[[nodiscard]] QString keepingText(const CaptureStatus& status);
 [[nodiscard]] QString fromUtf8(std::string_view text);
 /// The text in the words of this desktop.
 [[nodiscard]] QString inWords(std::string_view text);

@@ -122,7 +122,7 @@ void WaveformWindowView::showStatus(const CaptureStatus& status) {
 }
 
 void WaveformWindowView::showNotice() {
-    QString text = keepingText(status_.durationSeconds);
+    QString text = keepingText(status_);
     if (saved_) text = u"Saved "_s + fromUtf8(saved_->filename().native());
     if (exportErrorMessage_) text = fromUtf8(*exportErrorMessage_);
     notice_->setColor(exportErrorMessage_ ? &NightfallPalette::dangerText : &NightfallPalette::textSecondary);
