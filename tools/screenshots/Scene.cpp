@@ -43,7 +43,8 @@ void Scene::playMusic(int seconds) {
     std::vector<float> samples(kRate / 4);
     for (int beat = 0; beat < 4 * seconds; ++beat) {
         const double note = kNotes.at(static_cast<std::size_t>(beat) % kNotes.size());
-        const double swell = beat % 64 < 60 ? 0.25 + 0.4 * std::pow(std::sin(beat * 0.041), 2) : 0;
+        const double phrase = 0.08 + 0.32 * std::pow(std::sin(beat * 0.041), 2);
+        const double swell = beat % 64 < 60 ? phrase * (0.7 + 0.3 * std::sin(beat * 0.7)) : 0;
         const double drum = beat % 4 == 0 ? swell : 0;
         for (std::size_t i = 0; i < samples.size(); ++i) {
             const double time = static_cast<double>(i) / kRate;
