@@ -6,7 +6,6 @@ namespace rewindle {
 namespace {
 
 constexpr std::int64_t kSeamFadeOutFrames = 480;
-constexpr std::int64_t kCopyChunkFrames = 262'144; // readers of the picture wait for one chunk at most
 
 } // namespace
 
@@ -21,6 +20,7 @@ void CaptureChain::process(const AudioPCMBuffer& buffer) {
     queue_.assertCurrent();
     seamSoftener.process(buffer);
     levelMeter.ingest(buffer);
+    copyAheadOf(buffer.frameLength);
     ringBuffer_->append(buffer);
 }
 
@@ -42,9 +42,20 @@ void CaptureChain::setFrozen(bool frozen) {
     ringBuffer_->setFrozen(frozen);
 }
 
-StereoSamples CaptureChain::copy(std::pair<std::int64_t, std::int64_t> range) {
+std::shared_ptr<RangeCopy> CaptureChain::beginCopy(std::pair<std::int64_t, std::int64_t> range) {
     queue_.assertCurrent();
-    return ringBuffer_->copyFramesInChunks(range.first, range.second, kCopyChunkFrames);
+    auto copy = std::make_shared<RangeCopy>(ringBuffer_, range);
+    copies_.push_back(copy);
+    return copy;
+}
+
+/// Appends are faster than copies when they have been held up.
+void CaptureChain::copyAheadOf(std::int64_t frames) {
+    std::erase_if(copies_, [&](const auto& weak) {
+        const auto copy = weak.lock();
+        if (copy) copy->copyAheadOf(*ringBuffer_, frames);
+        return !copy || copy->isWhole();
+    });
 }
 
 std::shared_ptr<AudioRingBuffer> CaptureChain::resize(std::int64_t durationSeconds) {

@@ -4,12 +4,14 @@
 #include "base/SerialQueue.h"
 #include "capture/AudioRingBuffer.h"
 #include "capture/CaptureSeamSoftener.h"
+#include "capture/RangeCopy.h"
 #include "meter/CaptureLevelMeter.h"
 #include "platform/AudioMemory.h"
 
 #include <cstdint>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace rewindle {
 
@@ -17,8 +19,8 @@ class CoreAudioTapCapture;
 
 /// What captured audio passes through on its way into memory: softener, meter, ring buffer.
 ///
-/// Threads:   capture queue, except for `seamSoftener` and `levelMeter`, which say for themselves. Copies
-///            and replacements of the ring buffer are made there too, so each falls between two appends.
+/// Threads:   capture queue, except for `seamSoftener` and `levelMeter`, which say for themselves. Pieces
+///            of copies and replacements of the ring buffer are made there too, so each falls between two appends.
 /// Real time: `process` allocates nothing and blocks on one short lock at a time.
 class CaptureChain {
 public:
@@ -41,18 +43,22 @@ public:
     void fetchPending();
 
     void setFrozen(bool frozen);
-    /// The frames [range.first, range.second), as far as they are held.
-    [[nodiscard]] StereoSamples copy(std::pair<std::int64_t, std::int64_t> range);
+    /// Begins to copy the frames [range.first, range.second), as far as they are held. Whoever asks makes the copy piece
+    /// by piece; nothing of it is overwritten before.
+    [[nodiscard]] std::shared_ptr<RangeCopy> beginCopy(std::pair<std::int64_t, std::int64_t> range);
     /// Goes on in a ring buffer of another length, with the newest audio that fits; returns it. Null when the
     /// length is the same.
     std::shared_ptr<AudioRingBuffer> resize(std::int64_t durationSeconds);
     [[nodiscard]] const std::shared_ptr<AudioRingBuffer>& ringBuffer() const { return ringBuffer_; }
 
 private:
+    void copyAheadOf(std::int64_t frames);
+
     AudioMemory& memory_;
     const SerialQueue& queue_; // the capture queue
     std::shared_ptr<AudioRingBuffer> ringBuffer_;
     std::weak_ptr<CoreAudioTapCapture> tap_;
+    std::vector<std::weak_ptr<RangeCopy>> copies_; // under way
     std::int64_t seamFrame_ = 0; // frames written at the last seam; an empty buffer has nothing to fade
 };
 

@@ -61,6 +61,24 @@ struct Rewindle::RunLink {
     }
 };
 
+namespace {
+
+struct CopyRequest {
+    std::shared_ptr<RangeCopy> copy;
+    SerialQueue& captureQueue;
+    SerialQueue& replyQueue;
+    std::function<void(StereoSamples)> completion;
+};
+
+/// Capture queue: a piece, and the next one behind what has come in meanwhile.
+void copyOn(const CopyRequest& request) {
+    request.copy->copyPiece();
+    if (!request.copy->isWhole()) return request.captureQueue.async([request] { copyOn(request); });
+    request.replyQueue.async([request] { request.completion(request.copy->take()); });
+}
+
+} // namespace
+
 Rewindle::Rewindle(RecordingDuration duration, float gainDb, Services services)
     : state_(std::make_shared<State>(duration, gainDb, services)) {
     services.captureQueue.async(setFlushToZero);
@@ -122,13 +140,11 @@ void Rewindle::setFrozen(bool frozen) {
 }
 
 void Rewindle::copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion) {
-    state_->onCaptureQueue(
-        [range = std::move(range), &replyQueue, completion = std::move(completion)](CaptureChain& chain) {
-            chain.fetchPending();
-            // Shared, because queued work is copyable and samples are not.
-            const auto samples = std::make_shared<StereoSamples>(chain.copy(range(chain.ringBuffer()->info())));
-            replyQueue.async([samples, completion] { completion(std::move(*samples)); });
-        });
+    state_->onCaptureQueue([range = std::move(range), &captureQueue = state_->services.captureQueue, &replyQueue,
+                            completion = std::move(completion)](CaptureChain& chain) {
+        chain.fetchPending();
+        copyOn({chain.beginCopy(range(chain.ringBuffer()->info())), captureQueue, replyQueue, completion});
+    });
 }
 
 void Rewindle::drain(std::function<void()> completion) {

@@ -75,13 +75,13 @@ public:
     void start(Callbacks callbacks);
     /// Freezes the retained audio, then ends capture. `completion` runs on the interface thread.
     void stop(std::function<void()> completion = {});
-    /// Drops what is captured from now on, or no longer. Takes effect behind the copies asked for before.
+    /// Drops what is captured from now on, or no longer.
     void setFrozen(bool frozen);
     void unfreeze() { setFrozen(false); }
 
-    /// Fetches what the device still holds, then copies a range of the retained audio on the capture queue
-    /// and gives it to `completion` on `replyQueue`. Copies are made one at a time, in the order of the
-    /// calls.
+    /// Fetches what the device still holds, then copies a range of the retained audio, piece by piece on the capture
+    /// queue, and gives it to `completion` on `replyQueue`. The range is of what is held then, whatever is captured,
+    /// frozen or replaced while the copy is made.
     void copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion);
     /// Fetches what the device still holds; `completion` runs on the interface thread when it has been
     /// appended.

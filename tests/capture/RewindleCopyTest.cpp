@@ -40,7 +40,7 @@ TEST_F(RewindleCopyTest, LosesNothingOfWhatIsPlayedDuringCopiesThatSpanEachOther
     EXPECT_THAT(copies, ElementsAre(ramp(1000, 0), ramp(1700, 0), ramp(1701, 0)));
 }
 
-TEST_F(RewindleCopyTest, AFreezeOrItsEndAskedForDuringACopyTakesEffectAtTheCopysEnd) {
+TEST_F(RewindleCopyTest, AFreezeOrItsEndAskedForDuringACopyStands) {
     const struct {
         const char* scenario;
         bool frozenBefore;
@@ -72,6 +72,41 @@ TEST_F(RewindleCopyTest, AFreezeOrItsEndAskedForDuringACopyTakesEffectAtTheCopys
         EXPECT_EQ(copies[0], ramp(100, 0));
         EXPECT_EQ(copies[1].size(), framesInSecondCopy);
         EXPECT_EQ(ring().isFrozen(), frozenAfter);
+    }
+}
+
+TEST_F(RewindleCopyTest, ALongCopyIsWhatWasHeldWhateverComesBetweenItsPieces) {
+    constexpr std::size_t kAll = 30 * 48'000;
+    const struct {
+        const char* scenario;
+        std::function<void()> meanwhile; // behind the first piece
+        std::int64_t framesWritten;
+    } cases[] = {
+        {"nothing", [] {}, kAll},
+        {"a little more", [this] { play(480); }, kAll + 480},
+        {"more than fits", [this] { play(kAll + 4'800); }, 2 * kAll + 4'800},
+        {"a freeze", [this] { engine->setFrozen(true), play(480); }, kAll + 480},
+        {"a longer buffer", [this] { engine->setDuration(RecordingDuration::oneMinute), play(480); }, kAll + 480},
+        {"the end of the run", [this] { engine->stop(); }, kAll},
+    };
+    for (const auto& [scenario, meanwhile, framesWritten] : cases) {
+        SCOPED_TRACE(scenario);
+        makeEngine(0);
+        copies.clear();
+        const auto first = played;
+        start();
+        play(1); // alone, so that no freed memory looks like the copy
+        play(kAll - 1);
+        copyAll();
+        queues.capture.async([&, meanwhile = meanwhile] {
+            EXPECT_FALSE(ring().isFrozen());
+            meanwhile();
+            hardware.wake();
+        });
+        queues.settle();
+        ASSERT_EQ(copies.size(), 1U);
+        EXPECT_TRUE(copies[0] == ramp(kAll, first));
+        EXPECT_EQ(ring().totalFramesWritten(), framesWritten);
     }
 }
 

@@ -82,7 +82,8 @@ void PipeWireLoopQueue::insert(TimePoint due, Entry entry) {
 void PipeWireLoopQueue::runDue() {
     if (waiting_) return; // waitFor looks again at its end
     std::unique_lock hold(mutex_);
-    while (!ending_ && !due_.empty()) {
+    // What comes in meanwhile has its turn when the loop has looked after its other sources.
+    for (auto turn = due_.size(); turn > 0 && !ending_ && !due_.empty(); --turn) {
         const auto first = due_.begin();
         const auto now = std::chrono::steady_clock::now();
         if (first->first > now) return arm(loop_, timer_, first->first - now);
