@@ -27,7 +27,7 @@ struct NullHost final : WaveformViewHost, CaptureFreeze, ClipSaver, ClipPasteboa
     void beep() override {}
     [[nodiscard]] bool isFrozen() const override { return true; }
     void setFrozen(bool) override {}
-    void saveClip(std::optional<ClipRange>, ClipSaver::Completion) override {}
+    void saveClip(std::optional<ClipRange>, ClipSaver::Completion, Progress) override {}
     void copyClip(const ClipRange&, ClipPasteboard::Completion) override {}
     bool beginDrag(const ClipRange&, const Rect&, const MouseEvent&, std::function<void()>) override { return false; }
 };

@@ -84,13 +84,14 @@ void SessionCaptureControl::exportAll(const Path& folder, ExportReply reply) {
     exportRange(allOf, folder, tellingPlainly(std::move(reply)));
 }
 
-void SessionCaptureControl::saveClip(std::optional<ClipRange> range, Completion completion) {
-    if (!range) return exportRange(allOf, {}, std::move(completion));
+void SessionCaptureControl::saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) {
+    if (!range) return exportRange(allOf, {}, std::move(completion), progress);
     exportRange([range = *range](const WaveformInfo&) { return std::pair(range.first, range.end); }, {},
-                std::move(completion));
+                std::move(completion), progress);
 }
 
-void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion) {
+void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion,
+                                        const Progress& progress) {
     if (onShutDown_) return completion(WaveformExportError::writeFailed({0, "rewindle is quitting."}));
     // A folder that was asked for stands as it was given: its parent must exist.
     const auto target = folder.empty() ? services_.session.settingsManager().exportDirectory() : folder;
@@ -98,13 +99,25 @@ void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path&
     auto finish = [weak = std::weak_ptr(self_), completion = std::move(completion)](const ClipOutcome& outcome) {
         if (const auto self = weak.lock()) (*self)->onExported(outcome, completion);
     };
+    auto clips = services_.clips;
+    clips.progress = reportTo(progress);
     // On the export thread nothing of this object is touched: only services, which outlive the queue's work.
     engine().copyFrames(std::move(range), services_.exportQueue,
-                        [clips = services_.clips, &mainQueue = services_.mainQueue, target,
+                        [clips = std::move(clips), &mainQueue = services_.mainQueue, target,
                          finish = std::move(finish)](const StereoSamples& samples) {
                             auto outcome = exportClip(samples.left, samples.right, target, kClipNamePrefix, clips);
                             mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
                         });
+}
+
+/// Export thread: brings what the writer tells to the interface thread.
+AudioFileWriter::Progress SessionCaptureControl::reportTo(const Progress& progress) const {
+    if (!progress) return {};
+    return [weak = std::weak_ptr(self_), &mainQueue = services_.mainQueue, progress](double fraction) {
+        mainQueue.async([weak, progress, fraction] {
+            if (!weak.expired()) progress(fraction);
+        });
+    };
 }
 
 void SessionCaptureControl::onExported(const ClipOutcome& outcome, const Completion& completion) {

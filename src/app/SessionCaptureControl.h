@@ -38,7 +38,7 @@ public:
 
     void exportLast(double seconds, const Path& folder, ExportReply reply) override;
     void exportAll(const Path& folder, ExportReply reply) override;
-    void saveClip(std::optional<ClipRange> range, Completion completion) override;
+    void saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) override;
     void setFrozen(bool frozen) override;
     void requestStatus(std::function<void(const CaptureStatus&)> reply) override;
     void setDuration(int seconds, std::function<void(Result<void>)> reply) override;
@@ -47,7 +47,9 @@ public:
 
 private:
     using ClipOutcome = Result<Path, WaveformExportError>;
-    void exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion);
+    void exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion,
+                     const Progress& progress = {});
+    [[nodiscard]] AudioFileWriter::Progress reportTo(const Progress& progress) const;
     void onExported(const ClipOutcome& outcome, const Completion& completion);
     void onOutputDeviceChanged();
     void requestDeviceDescription(const std::string& uid);

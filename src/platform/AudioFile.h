@@ -3,6 +3,7 @@
 #include "base/Result.h"
 
 #include <filesystem>
+#include <functional>
 #include <span>
 
 namespace rewindle {
@@ -21,10 +22,14 @@ class AudioFileWriter {
 public:
     virtual ~AudioFileWriter() = default;
 
+    /// How much of a file is on the storage, 0 to 1.
+    using Progress = std::function<void(double)>;
+
     /// Writes a whole WAV file, with all its bytes on the storage before it returns. Fails when `path`
     /// exists. After an error a part of the file may be left. Requires: both channels of the same length.
+    /// `progress`, when there is one, is called on this thread now and then while a long file is written.
     virtual Result<void> write(const std::filesystem::path& path, AudioFileFormat format, std::span<const float> left,
-                               std::span<const float> right) = 0;
+                               std::span<const float> right, const Progress& progress) = 0;
 };
 
 } // namespace rewindle

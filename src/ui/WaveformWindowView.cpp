@@ -36,6 +36,7 @@ WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& cont
     column->addWidget(waveform_, 1);
     column->addWidget(strip_);
     setFocusProxy(waveform_);
+    waveform_->view().onExportProgress = [this](double fraction) { onExportProgress(fraction); };
     waveform_->view().onExportFailure = [this](const auto& failure) { onExportFailure(failure); };
 
     refresh_ =
@@ -123,6 +124,7 @@ void WaveformWindowView::showStatus(const CaptureStatus& status) {
 
 void WaveformWindowView::showNotice() {
     QString text = keepingText(status_);
+    if (savedPercent_) text = u"Saving… %1 %"_s.arg(*savedPercent_);
     if (saved_) text = u"Saved "_s + fromUtf8(saved_->filename().native());
     if (exportErrorMessage_) text = fromUtf8(*exportErrorMessage_);
     notice_->setColor(exportErrorMessage_ ? &NightfallPalette::dangerText : &NightfallPalette::textSecondary);
@@ -141,7 +143,7 @@ void WaveformWindowView::updateSaveButton() {
     save_->setEnabled(!isSaving_ && status_.retainedSeconds >= kShortestClipSeconds);
 }
 
-void WaveformWindowView::saveClip(std::optional<ClipRange> range, Completion completion) {
+void WaveformWindowView::saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) {
     if (!save_->isEnabled()) return;
     isSaving_ = true;
     saveHadFocus_ = save_->hasFocus();
@@ -149,18 +151,25 @@ void WaveformWindowView::saveClip(std::optional<ClipRange> range, Completion com
     exportErrorMessage_.reset();
     showNotice();
     updateSaveButton();
-    saver_.saveClip(range, [self = QPointer(this), completion = std::move(completion)](const auto& outcome) {
+    auto finish = [self = QPointer(this), completion = std::move(completion)](const auto& outcome) {
         if (!self) return;
         self->onSaved(outcome);
         completion(outcome);
-    });
+    };
+    saver_.saveClip(range, std::move(finish), std::move(progress));
 }
 
 void WaveformWindowView::onSaved(const Result<std::filesystem::path, WaveformExportError>& outcome) {
     isSaving_ = false;
+    savedPercent_.reset();
     if (outcome) saved_ = outcome.value();
     updateSaveButton();
     if (saveHadFocus_) save_->setFocus();
+}
+
+void WaveformWindowView::onExportProgress(double fraction) {
+    savedPercent_ = static_cast<int>(fraction * 100);
+    showNotice();
 }
 
 void WaveformWindowView::onExportFailure(const std::optional<WaveformExportError>& failure) {

@@ -39,7 +39,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void saveClip(std::optional<ClipRange> range, Completion completion) override;
+    void saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) override;
     [[nodiscard]] QWidget* makeHeader();
     void observe();
     void showStatus(const CaptureStatus& status);
@@ -47,6 +47,7 @@ private:
     void showLevelMeter();
     void updateSaveButton();
     void onSaved(const Result<std::filesystem::path, WaveformExportError>& outcome);
+    void onExportProgress(double fraction);
     void onExportFailure(const std::optional<WaveformExportError>& failure);
 
     AppSession& session_;
@@ -55,6 +56,7 @@ private:
     const Actions& actions_;
     CaptureStatus status_;
     bool isSaving_ = false;
+    std::optional<int> savedPercent_;            // of the clip that is being saved, when that takes long
     bool saveHadFocus_ = false;                  // when it was pressed: a disabled button cannot keep the keyboard
     std::optional<std::filesystem::path> saved_; // the clip that the notice is about
     std::optional<std::string> exportErrorMessage_;

@@ -28,12 +28,13 @@ public:
         if (!published_) (void)files_.remove(path_); // nobody is left who could do more about it
     }
 
-    [[nodiscard]] Result<void, WaveformExportError> write(AudioFileWriter& writer, std::span<const float> left,
-                                                          std::span<const float> right) {
+    [[nodiscard]] Result<void, WaveformExportError> write(const ClipExportServices& services,
+                                                          std::span<const float> left, std::span<const float> right) {
         const auto frames = std::min(left.size(), right.size());
         if (frames == 0) return WaveformExportError(Case::emptySelection);
         assert(frames <= std::numeric_limits<std::uint32_t>::max()); // the retained audio is never that long
-        const auto written = writer.write(path_, AudioFileFormat{}, left.first(frames), right.first(frames));
+        const auto written = services.writer.write(path_, AudioFileFormat{}, left.first(frames), right.first(frames),
+                                                   services.progress);
         if (!written) return exportError(written.error());
         return {};
     }
@@ -102,7 +103,7 @@ Result<Path, WaveformExportError> publishUnderFreeName(UnpublishedClip& clip, co
 Result<void, WaveformExportError> writeClip(std::span<const float> left, std::span<const float> right,
                                             const Path& location, const ClipExportServices& services) {
     UnpublishedClip clip(services.files, location.parent_path(), location.filename());
-    if (const auto written = clip.write(services.writer, left, right); !written) return written.error();
+    if (const auto written = clip.write(services, left, right); !written) return written.error();
     if (const auto published = clip.publish(location); !published) {
         return WaveformExportError::writeFailed(published.error());
     }
@@ -127,7 +128,7 @@ Result<Path, WaveformExportError> exportClip(std::span<const float> left, std::s
     }
     const Path fileName = makeClipFilename(prefix, services.clock);
     UnpublishedClip clip(services.files, folder, fileName);
-    if (const auto written = clip.write(services.writer, left, right); !written) return written.error();
+    if (const auto written = clip.write(services, left, right); !written) return written.error();
     return publishUnderFreeName(clip, folder, fileName, services.files);
 }
 

@@ -18,6 +18,7 @@ struct ClipExportServices {
     FileSystem& files;
     AudioFileWriter& writer;
     const Clock& clock;
+    AudioFileWriter::Progress progress = {}; // told on the thread that writes
 };
 
 /// Writes both channels, up to the length of the shorter one, as a WAV file of 32-bit float samples at 48,000

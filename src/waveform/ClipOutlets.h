@@ -25,9 +25,11 @@ struct ClipRange {
 class ClipSaver {
 public:
     using Completion = std::function<void(const Result<std::filesystem::path, WaveformExportError>&)>;
+    using Progress = std::function<void(double)>; // how much of the clip is on the storage, 0 to 1
     virtual ~ClipSaver() = default;
-    /// Saves the range, or all that is retained when there is none.
-    virtual void saveClip(std::optional<ClipRange> range, Completion completion) = 0;
+    /// Saves the range, or all that is retained when there is none. `progress` comes before `completion`, of long clips
+    /// only.
+    virtual void saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) = 0;
 };
 
 /// Offers clips to other programs on the clipboard.

@@ -49,6 +49,8 @@ public:
     std::function<void(bool)> onFollowLiveChanged;
     /// Why a clip could not be made; none when one was, which ends what was told before.
     std::function<void(const std::optional<WaveformExportError>&)> onExportFailure;
+    /// How much of a long clip is written, 0 to 1, until it is done.
+    std::function<void(double)> onExportProgress;
 
     [[nodiscard]] const WaveformEditor& editor() const { return editor_; }
 

@@ -83,7 +83,12 @@ void WaveformView::selectAll() {
 }
 
 void WaveformView::saveAllCapturedAudioAs() {
-    if (editor_.ringBuffer()) services_.saver.saveClip(editor_.marks().selectedRange(), exportReport());
+    if (!editor_.ringBuffer()) return;
+    services_.saver.saveClip(editor_.marks().selectedRange(), exportReport(),
+                             [weak = std::weak_ptr(self_)](double fraction) {
+                                 const auto self = weak.lock();
+                                 if (self && (*self)->onExportProgress) (*self)->onExportProgress(fraction);
+                             });
 }
 
 void WaveformView::clearWaveformSelection() {

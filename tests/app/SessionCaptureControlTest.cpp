@@ -89,6 +89,22 @@ TEST_F(SessionCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGiven) {
     EXPECT_EQ(exported[0].value().parent_path(), "/home/user/new");
 }
 
+TEST_F(SessionCaptureControlTest, SavesTheRangeThatIsMarkedAndTellsHowFarItIs) {
+    start();
+    play(48'000);
+    std::vector<double> told;
+    const auto progress = [&](double fraction) { told.push_back(fraction); };
+    const auto done = [&](const auto& outcome) {
+        ASSERT_TRUE(outcome);
+        exported.emplace_back(outcome.value());
+        told.push_back(1);
+    };
+    control->saveClip(ClipRange{100, 200}, done, progress);
+    settle();
+    EXPECT_EQ(told, (std::vector{0.5, 1.0}));
+    EXPECT_EQ(lastClip(), std::pair(100.0F, 199.0F));
+}
+
 TEST_F(SessionCaptureControlTest, TwoExportsInTheSameMillisecondBothSucceed) {
     start();
     play(48'000);

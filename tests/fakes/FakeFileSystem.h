@@ -63,7 +63,7 @@ public:
     explicit FakeAudioFileWriter(FakeFileSystem& files) : files_(files) {}
 
     Result<void> write(const std::filesystem::path& path, AudioFileFormat format, std::span<const float> left,
-                       std::span<const float> right) override {
+                       std::span<const float> right, const Progress& progress) override {
         if (!files_.isDirectory(path.parent_path())) return systemError(std::errc::no_such_file_or_directory);
         if (files_.readOnly.contains(path.parent_path())) return systemError(std::errc::read_only_file_system);
         if (files_.exists(path)) return systemError(std::errc::file_exists);
@@ -71,6 +71,7 @@ public:
         const std::size_t frames = failure == std::errc{} ? left.size() : left.size() / 2;
         files_.files[path] = {{left.begin(), left.begin() + static_cast<std::ptrdiff_t>(frames)},
                               {right.begin(), right.begin() + static_cast<std::ptrdiff_t>(frames)}};
+        if (progress) progress(0.5);
         if (failure != std::errc{}) return systemError(failure);
         return {};
     }

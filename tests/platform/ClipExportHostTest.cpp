@@ -20,8 +20,8 @@ using Path = std::filesystem::path;
 class WriterThatLosesItsFolder final : public AudioFileWriter {
 public:
     Result<void> write(const Path& path, AudioFileFormat format, std::span<const float> left,
-                       std::span<const float> right) override {
-        auto written = writer_.write(path, format, left, right);
+                       std::span<const float> right, const Progress& progress) override {
+        auto written = writer_.write(path, format, left, right, progress);
         std::filesystem::remove_all(path.parent_path());
         return written;
     }

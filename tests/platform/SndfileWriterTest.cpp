@@ -53,21 +53,30 @@ protected:
         }
         right[0] = std::numeric_limits<float>::denorm_min();
     }
-    Result<void> write() { return writer.write(path, AudioFileFormat{}, left, right); }
+    Result<void> write() {
+        told.clear();
+        return writer.write(path, AudioFileFormat{}, left, right, [this](double done) { told.push_back(done); });
+    }
 
     TemporaryFolder folder;
     const Path path = folder.path / "clip.wav";
     SndfileWriter writer;
     std::vector<float> left;
     std::vector<float> right;
+    std::vector<double> told; // of the progress
 };
 
+constexpr std::size_t kStretch = 2'097'152; // frames
+
 TEST_F(SndfileWriterTest, WritesAPlainFloatWavWithEverySampleBitForBit) {
-    for (const std::size_t frames : {1U, 2U, 4095U, 4096U, 4097U, 100'000U}) {
+    for (const std::size_t frames : {std::size_t{1}, std::size_t{4095}, std::size_t{4097}, kStretch, kStretch + 1}) {
         SCOPED_TRACE(frames);
         std::filesystem::remove(path);
         fill(frames);
         ASSERT_TRUE(write().ok());
+        ASSERT_EQ(told.size(), frames > kStretch ? 1U : 0U); // before the end, of long clips only
+        for (const double done : told)
+            EXPECT_DOUBLE_EQ(done, double(kStretch) / double(frames));
         const std::string bytes = contentOf(path);
         EXPECT_EQ(bytes.substr(0, 4) + bytes.substr(8, 8), "RIFFWAVEfmt ");
         EXPECT_EQ(valueAt<std::uint32_t>(bytes, 4), bytes.size() - 8);
@@ -93,7 +102,7 @@ TEST_F(SndfileWriterTest, NeverWritesOverAFileAndNamesTheReasonOfEveryFailure) {
     ASSERT_FALSE(existing.ok());
     EXPECT_EQ(existing.error(), systemError(std::errc::file_exists));
     EXPECT_EQ(contentOf(path), "mine");
-    const auto missing = writer.write(folder.path / "none" / "clip.wav", {}, left, right);
+    const auto missing = writer.write(folder.path / "none" / "clip.wav", {}, left, right, {});
     ASSERT_FALSE(missing.ok());
     EXPECT_EQ(missing.error(), systemError(std::errc::no_such_file_or_directory));
 }

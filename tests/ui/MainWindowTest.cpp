@@ -166,6 +166,8 @@ TEST_F(MainWindowTest, SaveNeedsAtLeast480FramesAndNoOtherSaveUnderWay) {
 TEST_F(MainWindowTest, ASavedClipIsNamedAndCanBeRevealedAndAFailureIsToldInItsOwnWords) {
     openMainWindow();
     view().save();
+    outlets.tellProgress(0.429);
+    EXPECT_THAT(visibleTexts(*mainWindow), Contains("Saving… 42 %"));
     outlets.finishSave(std::filesystem::path("/clips/one.wav"));
     EXPECT_THAT(visibleTexts(*mainWindow), Contains("Saved one.wav"));
     find<QPushButton>(*mainWindow, u"Reveal"_s).click();
@@ -178,6 +180,7 @@ TEST_F(MainWindowTest, ASavedClipIsNamedAndCanBeRevealedAndAFailureIsToldInItsOw
 
     view().save();
     mainWindow.reset();
+    outlets.tellProgress(0.9);
     outlets.finishSave(std::filesystem::path("/clips/late.wav")); // nobody is there to be told
 }
 

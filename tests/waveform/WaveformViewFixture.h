@@ -52,9 +52,10 @@ struct FakeAudition final : AuditionControl {
 
 /// All that takes clips.
 struct FakeOutlets final : ClipSaver, ClipPasteboard, ClipDragSource {
-    void saveClip(std::optional<ClipRange> range, ClipSaver::Completion completion) override {
+    void saveClip(std::optional<ClipRange> range, ClipSaver::Completion completion, Progress progress) override {
         saves.push_back(range);
         finishSave = std::move(completion);
+        tellProgress = std::move(progress);
     }
     void copyClip(const ClipRange& range, ClipPasteboard::Completion completion) override {
         copied = range;
@@ -71,6 +72,7 @@ struct FakeOutlets final : ClipSaver, ClipPasteboard, ClipDragSource {
     }
     std::vector<std::optional<ClipRange>> saves;
     ClipSaver::Completion finishSave;
+    ClipSaver::Progress tellProgress;
     std::optional<ClipRange> copied, dragged;
     Rect draggedRect;
     std::function<void()> endDrag;

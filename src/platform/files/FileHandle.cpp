@@ -11,14 +11,18 @@ FileHandle::~FileHandle() {
     if (isOpen()) ::close(descriptor_);
 }
 
-Result<void> FileHandle::syncAndClose() {
+Result<void> FileHandle::sync() const {
     // EINVAL: a file system that keeps everything in memory and has nothing to do.
-    const int syncError = ::fdatasync(descriptor_) != 0 && errno != EINVAL ? errno : 0;
+    if (::fdatasync(descriptor_) != 0 && errno != EINVAL) return systemError(errno);
+    return {};
+}
+
+Result<void> FileHandle::syncAndClose() {
+    auto synced = sync();
     // EINTR: Linux has closed the descriptor all the same.
     const int closeError = ::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR ? errno : 0;
-    if (syncError != 0) return systemError(syncError);
-    if (closeError != 0) return systemError(closeError);
-    return {};
+    if (closeError != 0 && synced) return systemError(closeError);
+    return synced;
 }
 
 } // namespace rewindle

@@ -16,7 +16,9 @@ public:
 
     [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
     [[nodiscard]] int get() const { return descriptor_; }
-    /// Puts what was written on the storage and closes. Only this tells of storage that failed late.
+    /// Puts what was written on the storage.
+    [[nodiscard]] Result<void> sync() const;
+    /// The same, and closes. Only this tells of storage that failed late.
     [[nodiscard]] Result<void> syncAndClose();
 
 private:

@@ -19,7 +19,7 @@ namespace {
 
 /// The file as libsndfile sees it. The library forgets why a write failed, so it is remembered here.
 struct Output {
-    int descriptor = -1;
+    const FileHandle& file;
     sf_count_t position = 0;
     sf_count_t length = 0;
     int error = 0; // errno of the first write that failed; nothing is written after it
@@ -53,7 +53,7 @@ sf_count_t write(const void* data, sf_count_t bytes, void* user) {
     sf_count_t done = 0;
     while (done < bytes && output.error == 0) {
         const auto left = static_cast<std::size_t>(bytes - done);
-        const ssize_t part = ::pwrite(output.descriptor, begin + done, left, output.position);
+        const ssize_t part = ::pwrite(output.file.get(), begin + done, left, output.position);
         if (part < 0 && errno == EINTR) continue;
         if (part <= 0) {
             output.error = part < 0 ? errno : EIO;
@@ -102,16 +102,32 @@ void writeSamples(SNDFILE* file, std::span<const float> left, std::span<const fl
     }
 }
 
+/// The same in stretches that reach the storage one after the other: the system never has much to write at once, which
+/// would slow down everybody else's files, and what is told of the progress is true.
+void writeStretches(SNDFILE* file, std::span<const float> left, std::span<const float> right, Output& output,
+                    const AudioFileWriter::Progress& progress) {
+    constexpr std::size_t kStretchFrames = 2'097'152; // 16 MiB, 44 s
+    for (std::size_t done = 0; done < left.size() && output.error == 0;) {
+        const auto frames = std::min(kStretchFrames, left.size() - done);
+        writeSamples(file, left.subspan(done, frames), right.subspan(done, frames), output);
+        done += frames;
+        if (done == left.size() || output.error != 0) return; // the end is synced with the header
+        if (const auto synced = output.file.sync(); !synced) output.error = synced.error().code;
+        if (progress) progress(static_cast<double>(done) / static_cast<double>(left.size()));
+    }
+}
+
 } // namespace
 
 Result<void> SndfileWriter::write(const std::filesystem::path& path, AudioFileFormat format,
-                                  std::span<const float> left, std::span<const float> right) {
+                                  std::span<const float> left, std::span<const float> right,
+                                  const Progress& progress) {
     assert(left.size() == right.size());
     FileHandle handle(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!handle.isOpen()) return systemError(errno);
-    Output output{.descriptor = handle.get()};
+    Output output{.file = handle};
     if (const Sndfile file = openWav(format, output)) {
-        writeSamples(file.get(), left, right, output);
+        writeStretches(file.get(), left, right, output, progress);
     } else if (output.error == 0) {
         return systemError(ENOTSUP);
     }

@@ -8,7 +8,7 @@ namespace rewindle {
 class SndfileWriter final : public AudioFileWriter {
 public:
     Result<void> write(const std::filesystem::path& path, AudioFileFormat format, std::span<const float> left,
-                       std::span<const float> right) override;
+                       std::span<const float> right, const Progress& progress) override;
 };
 
 } // namespace rewindle
