@@ -27,8 +27,8 @@ Scene::Scene(const Situation& situation) {
     control_.status.deviceUid = "speakers";
     control_.status.deviceDescription = "Built-in Audio Analog Stereo";
     control_.status.durationSeconds = seconds(kDefaultRecordingDuration);
-    control_.status.retainedSeconds = 192;
-    control_.status.displayDb = {-12.3F, -9.8F};
+    control_.status.retainedSeconds = situation.musicSeconds;
+    control_.status.displayDb = situation.musicSeconds > 0 ? std::array{-12.3F, -9.8F} : std::array{-48.0F, -48.0F};
     makeSession(situation.consent);
     theme_.emplace(session_->themeManager());
     freeze_.emplace(session_->sampler());
@@ -57,6 +57,13 @@ void Scene::playMusic(int seconds) {
     }
     session_->sampler().drain([] {});
     settle();
+}
+
+void Scene::rest(WaveformView& view) {
+    for (int tick = 0; tick < 120; ++tick) {
+        queues_.clock.advance(std::chrono::milliseconds(16));
+        view.displayLinkTick();
+    }
 }
 
 void Scene::makeSession(AudioCaptureProbeOutcome consent) {

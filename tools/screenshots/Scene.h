@@ -28,7 +28,7 @@ public:
         AudioCaptureProbeOutcome consent = AudioCaptureProbeOutcome::granted;
         bool hasBeenAsked = true;
         bool showLevelMeter = false;
-        int musicSeconds = 192; // that have been heard
+        int musicSeconds = 192; // that have been heard, at most as long as is kept
     };
     explicit Scene(const Situation& situation);
 
@@ -37,6 +37,8 @@ public:
     /// Has the computer play music until it keeps that much, and shows the newest of it.
     void playMusic(int seconds);
     void settle() { queues_.settle(); }
+    /// Lets the waveform come to rest after what was done with it.
+    void rest(WaveformView& view);
 
     [[nodiscard]] AppSession& session() { return *session_; }
     [[nodiscard]] test::FakeCaptureControl& control() { return control_; }

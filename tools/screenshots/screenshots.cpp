@@ -47,15 +47,23 @@ public:
     explicit Photographer(QString folder) : folder_(std::move(folder)) {}
 
     void take(const QString& name, Scene& scene, QWidget& widget, bool isSideBySide = false) {
-        const QString path = folder_ + u"/"_s + name + u".png"_s;
-        const QImage sheet = contactSheet(scene, widget, isSideBySide);
-        if (!sheet.save(path, "PNG", kSmallest)) {
-            std::fprintf(stderr, "rewindle-screenshots: cannot write %s\n", qPrintable(path));
-            hasFailed_ = true;
-        }
+        save(name, contactSheet(scene, widget, isSideBySide));
     }
+    using Preparation = std::function<void(Scene&, MainWindow&)>;
     void takeMainWindow(const QString& name, const Situation& situation, QSize size,
-                        const std::function<void(Scene&, MainWindow&)>& prepare = {}) {
+                        const Preparation& prepare = {}) {
+        withMainWindow(situation, size, prepare, [&](Scene& scene, QWidget& window) { take(name, scene, window); });
+    }
+    /// The same in the flavour that the program has at first, as documents show it.
+    void takeOne(const QString& name, const Situation& situation, QSize size, const Preparation& prepare = {}) {
+        withMainWindow(situation, size, prepare,
+                       [&](Scene&, QWidget& window) { save(name, window.grab().toImage()); });
+    }
+    [[nodiscard]] bool hasFailed() const { return hasFailed_; }
+
+private:
+    static void withMainWindow(const Situation& situation, QSize size, const Preparation& prepare,
+                               const std::function<void(Scene&, QWidget&)>& use) {
         Scene scene(situation);
         scene.playMusic(situation.musicSeconds);
         MainWindow window(scene.session(), scene.control(), scene.waveform(), scene.defaults(), scene.theme(),
@@ -64,11 +72,15 @@ public:
         window.show();
         if (prepare) prepare(scene, window);
         QApplication::processEvents();
-        take(name, scene, window);
+        use(scene, window);
     }
-    [[nodiscard]] bool hasFailed() const { return hasFailed_; }
+    void save(const QString& name, const QImage& picture) {
+        const QString path = folder_ + u"/"_s + name + u".png"_s;
+        if (picture.save(path, "PNG", kSmallest)) return;
+        std::fprintf(stderr, "rewindle-screenshots: cannot write %s\n", qPrintable(path));
+        hasFailed_ = true;
+    }
 
-private:
     QString folder_;
     bool hasFailed_ = false;
 };
@@ -103,6 +115,44 @@ void takeMainWindows(Photographer& photographer) {
         });
 }
 
+/// The waveform as it is followed, looked at, and marked.
+void takeWaveforms(Photographer& photographer) {
+    constexpr QSize kSize(1280, 238);
+    const Situation full{.musicSeconds = 300};
+    const auto with = [](const std::function<void(WaveformView&)>& act) {
+        return [act](Scene& scene, MainWindow& window) {
+            auto& view = window.rootView().waveformWindowView()->waveform().view();
+            scene.rest(view);
+            act(view);
+            scene.rest(view);
+        };
+    };
+    const auto zoom = [](WaveformView& view, int steps) {
+        for (int step = 0; step < steps; ++step)
+            view.zoomIn();
+    };
+    const auto lookBack = [=](WaveformView& view) {
+        view.pauseLiveFollow();
+        zoom(view, 3);
+        view.scrollWheel({{600, 90}, 60, 0, true, {}});
+    };
+    const auto select = [](WaveformView& view) {
+        MouseEvent event{{540, 60}, {}, 1};
+        view.mouseDown(event);
+        event.location.x = 822;
+        view.mouseDragged(event);
+        view.mouseUp(event);
+    };
+    photographer.takeOne(u"waveform-live"_s, full, kSize);
+    photographer.takeOne(u"waveform-empty"_s, {.musicSeconds = 0}, kSize);
+    photographer.takeOne(u"waveform-paused"_s, full, kSize, with(lookBack));
+    photographer.takeOne(u"waveform-zoomed"_s, full, kSize, with([=](WaveformView& view) {
+                             lookBack(view);
+                             zoom(view, 8);
+                         }));
+    photographer.takeOne(u"waveform-selection"_s, full, kSize, with(select));
+}
+
 void takeSettings(Photographer& photographer) {
     Scene scene({.showLevelMeter = true});
     SettingsWindow window(scene.session(), scene.control(), scene.theme(), scene.actions());
@@ -133,6 +183,7 @@ int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     rewindle::Photographer photographer(QString::fromLocal8Bit(argv[1]));
     rewindle::takeMainWindows(photographer);
+    rewindle::takeWaveforms(photographer);
     rewindle::takeSettings(photographer);
     rewindle::takeConsentQuestion(photographer);
     return photographer.hasFailed() ? 1 : 0;
