@@ -9,13 +9,13 @@
 #include "platform/widgets/ProgramIcon.h"
 #include "platform/widgets/QtGpuProbe.h"
 #include "program/DesktopProgram.h"
+#include "program/Environment.h"
 #include "program/HeadlessProgram.h"
 #include "program/Messages.h"
 #include "ui/NightfallDialog.h"
 
 #include <QApplication>
 
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
@@ -25,13 +25,9 @@ namespace {
 constexpr std::string_view kHeadlessIsRunning =
     "an instance without a window is running already; end it with: rewindle quit";
 
-const char* logLevel() {
-    return std::getenv("REWINDLE_LOG"); // NOLINT(concurrency-mt-unsafe): nothing here writes the environment
-}
-
 /// What Qt has to say (that the locale is not UTF-8, say) is for developers.
 void logQtMessage(QtMsgType, const QMessageLogContext&, const QString& text) {
-    StderrLogSink sink(logLevel());
+    StderrLogSink sink(environmentVariable("REWINDLE_LOG"));
     Log(sink, "Qt").debug(text.toStdString());
 }
 
@@ -149,7 +145,7 @@ int main(int argc, char** argv) {
     using namespace rewindle;
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     if (arguments.size() == 1 && arguments[0] == kGpuProbeArgument) return runGpuProbe();
-    StderrLogSink log(logLevel());
+    StderrLogSink log(environmentVariable("REWINDLE_LOG"));
     qInstallMessageHandler(logQtMessage);
     AudioCaptureTCCProbeChild::exitIfProbeInvocation(arguments, [&] { return storedConsent(log); });
     return std::visit(Runner{argv, log}, parseCommandLine(arguments));

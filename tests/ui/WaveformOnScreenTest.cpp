@@ -52,6 +52,16 @@ TEST_F(WaveformOnScreenTest, TheSoundIsDrawnWhereItBelongsInTheColoursOfTheTheme
     EXPECT_EQ(pixel(picture, head, loud - 6).name(), toQColor(theme->waveform().head).name());
 }
 
+TEST_F(WaveformOnScreenTest, AudioComesInSmallPiecesOnlyWhileSomebodySeesIt) {
+    EXPECT_EQ(hardware.pace(), DeliveryPace::live);
+    mainWindow->hide();
+    EXPECT_EQ(hardware.pace(), DeliveryPace::relaxed);
+    mainWindow->show();
+    EXPECT_EQ(hardware.pace(), DeliveryPace::live);
+    mainWindow.reset();
+    EXPECT_EQ(hardware.pace(), DeliveryPace::relaxed);
+}
+
 TEST_F(WaveformOnScreenTest, KeysOfTheWindowAreTheWaveformsWhoeverHasThem) {
     EXPECT_TRUE(widget().hasFocus()) << "without a click";
     press(*mainWindow, Qt::Key_Space);
