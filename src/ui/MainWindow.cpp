@@ -45,7 +45,9 @@ WaveformWindowView* MainWindow::makeWaveformPage(AppSession& session, CaptureCon
 
 void MainWindow::addShortcuts() {
     const auto add = [this](QKeyCombination keys, const std::function<void()>& action) {
-        connect(new QShortcut(QKeySequence(keys), this), &QShortcut::activated, this, action);
+        auto* const shortcut = new QShortcut(QKeySequence(keys), this);
+        shortcut->setAutoRepeat(false);
+        connect(shortcut, &QShortcut::activated, this, action);
     };
     add(Qt::CTRL | Qt::Key_Comma, [this] { actions_.openSettings(); });
     add(Qt::CTRL | Qt::Key_Q, [this] { actions_.quit(); });

@@ -23,6 +23,11 @@ void StatusRefresh::refresh() {
     });
 }
 
+void StatusRefresh::setCovered(bool isCovered) {
+    isCovered_ = isCovered;
+    followVisibility();
+}
+
 bool StatusRefresh::eventFilter(QObject* watched, QEvent* event) {
     const auto type = event->type();
     if (type == QEvent::Show || type == QEvent::Hide || type == QEvent::WindowStateChange) followVisibility();
@@ -30,7 +35,7 @@ bool StatusRefresh::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool StatusRefresh::isSeen() const {
-    return widget_.isVisible() && !widget_.window()->isMinimized();
+    return !isCovered_ && widget_.isVisible() && !widget_.window()->isMinimized();
 }
 
 void StatusRefresh::followVisibility() {

@@ -9,8 +9,8 @@
 
 namespace rewindle {
 
-/// Asks for the capture status again and again, only while somebody can see it: the widget is visible and its window
-/// is not minimised.
+/// Asks for the capture status again and again, only while somebody can see it: the widget is visible, and its window
+/// is neither minimised nor covered.
 ///
 /// Threads:   interface thread.
 /// Lifecycle: a child of the widget; replies that come after its end do nothing.
@@ -22,6 +22,8 @@ public:
 
     /// Asks once, now, unless nobody looks.
     void refresh();
+    /// Whether other windows hide this one, as far as is known. At first they do not.
+    void setCovered(bool isCovered);
     [[nodiscard]] bool isActive() const { return timer_.isActive(); }
 
 protected:
@@ -36,6 +38,7 @@ private:
     CaptureControl& control_;
     Listener listener_;
     QTimer timer_;
+    bool isCovered_ = false;
     bool isAwaitingReply_ = false;
 };
 

@@ -60,8 +60,8 @@ MouseEvent mouseEvent(const QMouseEvent& event, std::int64_t number) {
     return {pointOf(event.position()), modifierFlags(event.modifiers()), number};
 }
 
-ScrollEvent scrollEvent(const QWheelEvent& event) {
-    const bool isPrecise = !event.pixelDelta().isNull();
+ScrollEvent scrollEvent(const QWheelEvent& event, bool hasPixels) {
+    const bool isPrecise = hasPixels && !event.pixelDelta().isNull();
     const QPointF delta = isPrecise ? QPointF(event.pixelDelta()) : QPointF(event.angleDelta()) / kUnitsPerWheelStep;
     ScrollEvent scroll{pointOf(event.position()), delta.x(), delta.y(), isPrecise, modifierFlags(event.modifiers())};
     if (scroll.modifiers.shift && scroll.deltaX == 0) std::swap(scroll.deltaX, scroll.deltaY);

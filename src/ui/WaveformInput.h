@@ -15,8 +15,9 @@ namespace rewindle {
 [[nodiscard]] ModifierFlags modifierFlagsAfter(const QKeyEvent& event);
 [[nodiscard]] KeyEvent keyEvent(const QKeyEvent& event);
 [[nodiscard]] MouseEvent mouseEvent(const QMouseEvent& event, std::int64_t number);
-/// A wheel that is turned while Shift is down scrolls horizontally.
-[[nodiscard]] ScrollEvent scrollEvent(const QWheelEvent& event);
+/// A wheel that is turned while Shift is down scrolls horizontally. `hasPixels`: what the event tells in pixels can be
+/// relied upon.
+[[nodiscard]] ScrollEvent scrollEvent(const QWheelEvent& event, bool hasPixels);
 [[nodiscard]] Qt::CursorShape qtCursorShape(CursorShape shape);
 
 } // namespace rewindle

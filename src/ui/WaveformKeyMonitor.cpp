@@ -30,7 +30,7 @@ bool WaveformKeyMonitor::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool WaveformKeyMonitor::isForWaveform(const QObject* watched, const QKeyEvent& event) const {
-    if (!waveform_ || !waveform_->isVisible() || event.modifiers().testFlag(Qt::ControlModifier)) return false;
+    if (!waveform_ || !waveform_->isVisible()) return false;
     if (!window_.isActiveWindow() || QApplication::activeModalWidget() || QApplication::activePopupWidget())
         return false;
     // Who has the keyboard comes first; what it leaves goes on to those around it.

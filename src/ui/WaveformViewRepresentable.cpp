@@ -246,18 +246,16 @@ void WaveformViewRepresentable::leaveEvent(QEvent* event) {
 }
 
 void WaveformViewRepresentable::wheelEvent(QWheelEvent* event) {
-    view_->scrollWheel(scrollEvent(*event));
+    // On X11 what counts as pixels is up to the driver: one step of a wheel may be 120.
+    static const bool hasPixels = QGuiApplication::platformName() != u"xcb"_s;
+    view_->scrollWheel(scrollEvent(*event, hasPixels));
 }
 
 bool WaveformViewRepresentable::offerKey(const QKeyEvent& event) {
     activated_.reset();
     view_->flagsChanged(modifierFlagsAfter(event));
-    return view_->keyDown(keyEvent(event));
-}
-
-void WaveformViewRepresentable::keyPressEvent(QKeyEvent* event) {
-    view_->flagsChanged(modifierFlagsAfter(*event));
-    if (!view_->performKeyEquivalent(keyEvent(*event))) QWidget::keyPressEvent(event);
+    const auto key = keyEvent(event);
+    return key.modifiers.command ? view_->performKeyEquivalent(key) : view_->keyDown(key);
 }
 
 void WaveformViewRepresentable::keyReleaseEvent(QKeyEvent* event) {

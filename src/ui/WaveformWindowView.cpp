@@ -7,6 +7,8 @@
 #include <QPointer>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace rewindle {
 namespace {
 
@@ -22,7 +24,7 @@ WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& cont
                                        const Actions& actions)
     : session_(session), saver_(waveform.saver), theme_(theme), actions_(actions),
       banner_(new NightfallBanner(theme)), levels_(new LevelFigures(theme)),
-      waveform_(new WaveformViewRepresentable(session, *this, waveform, std::move(driver), theme)),
+      waveform_(new WaveformViewRepresentable(session, *this, waveform, driver, theme)),
       strip_(new LevelStrip(theme)) {
     auto* const news = new QVBoxLayout;
     news->setContentsMargins(Metrics::large, 0, Metrics::large, 0);
@@ -41,7 +43,7 @@ WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& cont
 
     refresh_ =
         new StatusRefresh(*this, control, kRefreshMs, [this](const CaptureStatus& status) { showStatus(status); });
-    observe();
+    observe(driver);
     showLevelMeter();
     status_.durationSeconds = seconds(session.settingsManager().recordingDuration().get());
     showStatus(status_);
@@ -97,7 +99,7 @@ QWidget* WaveformWindowView::makeHeader() {
     return header;
 }
 
-void WaveformWindowView::observe() {
+void WaveformWindowView::observe(const std::shared_ptr<WindowAnimationDriver>& driver) {
     auto& settings = session_.settingsManager();
     const auto showError = [this] {
         banner_->setMessage(fromUtf8(session_.captureErrorMessage().get().value_or(std::string())));
@@ -106,6 +108,8 @@ void WaveformWindowView::observe() {
     observations_.push_back(settings.showLevelMeter().observe([this] { showLevelMeter(); }));
     const auto refresh = [this] { refresh_->refresh(); };
     observations_.push_back(session_.sampler().isRunning().observe(refresh));
+    observations_.push_back(driver->isRunning().observe(
+        [this, &isRunning = driver->isRunning()] { refresh_->setCovered(!isRunning.get()); }));
     observations_.push_back(session_.sampler().outputDeviceUid().observe(refresh));
     observations_.push_back(session_.sampler().ringBufferRevision().observe(refresh));
     showError();
@@ -139,14 +143,13 @@ void WaveformWindowView::showLevelMeter() {
 }
 
 void WaveformWindowView::updateSaveButton() {
-    save_->setText(isSaving_ ? u"Saving…"_s : u"Save"_s);
-    save_->setEnabled(!isSaving_ && status_.retainedSeconds >= kShortestClipSeconds);
+    save_->setText(savesUnderWay_ > 0 ? u"Saving…"_s : u"Save"_s);
+    save_->setEnabled(savesUnderWay_ == 0 && status_.retainedSeconds >= kShortestClipSeconds);
 }
 
 void WaveformWindowView::saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) {
-    if (!save_->isEnabled()) return;
-    isSaving_ = true;
-    saveHadFocus_ = save_->hasFocus();
+    ++savesUnderWay_;
+    saveHadFocus_ |= save_->hasFocus();
     saved_.reset();
     exportErrorMessage_.reset();
     showNotice();
@@ -160,11 +163,11 @@ void WaveformWindowView::saveClip(std::optional<ClipRange> range, Completion com
 }
 
 void WaveformWindowView::onSaved(const Result<std::filesystem::path, WaveformExportError>& outcome) {
-    isSaving_ = false;
+    --savesUnderWay_;
     savedPercent_.reset();
     if (outcome) saved_ = outcome.value();
     updateSaveButton();
-    if (saveHadFocus_) save_->setFocus();
+    if (savesUnderWay_ == 0 && std::exchange(saveHadFocus_, false)) save_->setFocus();
 }
 
 void WaveformWindowView::onExportProgress(double fraction) {

@@ -26,8 +26,7 @@ public:
                        std::shared_ptr<WindowAnimationDriver> driver, const NightfallTheme& theme,
                        const Actions& actions);
 
-    /// Saves the selection, or all that is kept when there is none, as one clip, unless there is too little or a clip
-    /// is being saved already.
+    /// Saves the selection, or all that is kept when there is none, as one clip.
     void save() { waveform_->view().saveAllCapturedAudioAs(); }
     [[nodiscard]] WaveformViewRepresentable& waveform() { return *waveform_; }
     /// Why the last clip could not be saved; none after one that was.
@@ -41,7 +40,7 @@ protected:
 private:
     void saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) override;
     [[nodiscard]] QWidget* makeHeader();
-    void observe();
+    void observe(const std::shared_ptr<WindowAnimationDriver>& driver);
     void showStatus(const CaptureStatus& status);
     void showNotice();
     void showLevelMeter();
@@ -55,7 +54,7 @@ private:
     const NightfallTheme& theme_;
     const Actions& actions_;
     CaptureStatus status_;
-    bool isSaving_ = false;
+    int savesUnderWay_ = 0;
     std::optional<int> savedPercent_;            // of the clip that is being saved, when that takes long
     bool saveHadFocus_ = false;                  // when it was pressed: a disabled button cannot keep the keyboard
     std::optional<std::filesystem::path> saved_; // the clip that the notice is about

@@ -35,6 +35,12 @@ WaveformColumns waveformColumns(Size size, double viewStartFrame, double visible
     return columns;
 }
 
+void limitToDrawable(std::span<float> values) {
+    constexpr float kMost = 10'000; // 80 dB beyond full scale; finite, so that it can be reckoned with
+    for (float& value : values)
+        value = std::clamp(value, -kMost, kMost); // NaN passes
+}
+
 Rect envelopeBounds(const WaveformColumns& columns, std::span<const float> minima, std::span<const float> maxima,
                     Size size) {
     const std::size_t count = std::min(minima.size(), maxima.size());

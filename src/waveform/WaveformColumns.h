@@ -34,4 +34,7 @@ struct WaveformColumns {
 [[nodiscard]] Rect envelopeBounds(const WaveformColumns& columns, std::span<const float> minima,
                                   std::span<const float> maxima, Size size);
 
+/// Takes infinite samples, and those far beyond the picture, for the largest that can be drawn. Gaps stay gaps.
+void limitToDrawable(std::span<float> values);
+
 } // namespace rewindle

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace rewindle {
 namespace {
@@ -129,20 +130,31 @@ void WaveformEditor::setZoom(double multiplier, double anchorX, bool centered) {
 
 void WaveformEditor::pan(double frames) {
     if (!ringBuffer_) return;
-    timeline_.pan(frames, capacity());
-    placeChangedByUser();
+    const double sum = withHeldBack(frames);
+    timeline_.pan(sum, capacity());
+    placeChangedByUser(sum);
 }
 
 void WaveformEditor::drag(double frames) {
     if (!ringBuffer_) return;
-    timeline_.moveStartTo(timeline_.viewStartFrame + frames, capacity());
+    const double sum = withHeldBack(frames);
+    timeline_.moveStartTo(timeline_.viewStartFrame + sum, capacity());
     timeline_.updateOldestEdgeHold(capacity(), timeline_.cachedOldestStart);
-    placeChangedByUser();
+    placeChangedByUser(sum);
 }
 
-void WaveformEditor::placeChangedByUser() {
+/// The view snaps to the live edge. Without a sum over the small steps of one movement it could not be pulled away.
+double WaveformEditor::withHeldBack(double frames) {
+    constexpr double kPauseSeconds = 0.3; // that ends a movement
+    const double now = services_.clock.uptimeSeconds();
+    const bool goesOn = timeline_.followLive && now - std::exchange(lastMoveUptime_, now) <= kPauseSeconds;
+    return frames + (goesOn ? heldBackFrames_ : 0);
+}
+
+void WaveformEditor::placeChangedByUser(double frames) {
     if (auditionPlaying()) auditionCursor_.suppressAuditionViewportFollow = true;
     updateLiveFollowArming();
+    heldBackFrames_ = timeline_.followLive ? std::min(frames, 0.0) : 0;
     changed();
 }
 

@@ -102,7 +102,8 @@ private:
     void changed() const;
     void resetTimeline();
     void advanceAuditionCursor();
-    void placeChangedByUser();
+    [[nodiscard]] double withHeldBack(double frames);
+    void placeChangedByUser(double frames);
     [[nodiscard]] std::optional<ClipRange> auditionRange() const;
 
     const Services services_;
@@ -113,6 +114,8 @@ private:
     WaveformTimelineModel timeline_;
     WaveformMarks marks_;
     AuditionCursor auditionCursor_;
+    double heldBackFrames_ = 0; // of a movement away from the live edge, too short so far to leave it
+    double lastMoveUptime_ = 0;
 };
 
 } // namespace rewindle

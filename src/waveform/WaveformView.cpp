@@ -134,6 +134,8 @@ bool WaveformView::preparePicture() {
     const WaveformInfo held =
         ringBuffer->readSummaryColumns(columns.columnCount, waveformMins_, waveformMaxs_, columns.firstColumnFrame,
                                        columns.framesPerColumn, timeline.renderedHeadFrame);
+    limitToDrawable(std::span(waveformMins_).first(static_cast<std::size_t>(columns.columnCount)));
+    limitToDrawable(std::span(waveformMaxs_).first(static_cast<std::size_t>(columns.columnCount)));
     fillFrame(columns);
     const auto head = held.totalFramesWritten >= 1 ? std::optional(timeline.renderedHeadFrame) : std::nullopt;
     overlays_ = waveformOverlays(axis, head, editor_.marks(), editor_.auditionCursor());

@@ -56,7 +56,9 @@ bool WaveformView::performKeyEquivalent(const KeyEvent& event) {
     switch (lowerCased(event.character)) {
     case U'c': copy(); return true;
     case U'a': selectAll(); return true;
-    case U's': saveAllCapturedAudioAs(); return true;
+    case U's':
+        if (!event.isRepeat) saveAllCapturedAudioAs(); // one clip for one press
+        return true;
     case U'0': resetZoom(); return true;
     case U'=':
     case U'+': zoomIn(); return true;

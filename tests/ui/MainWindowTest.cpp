@@ -78,6 +78,11 @@ TEST_F(MainWindowTest, StatusIsAskedForOnlyWhileItCanBeSeen) {
     window.setWindowState(Qt::WindowNoState);
     QApplication::processEvents();
     EXPECT_TRUE(view().isRefreshing());
+    StatusRefresh refresh(window, control, 1'000, [](const auto&) {});
+    refresh.setCovered(true);
+    EXPECT_FALSE(refresh.isActive());
+    refresh.setCovered(false);
+    EXPECT_TRUE(refresh.isActive());
     setConsent(AudioCaptureProbeOutcome::denied); // another page is in front now
     EXPECT_FALSE(view().isRefreshing());
 }
@@ -146,7 +151,7 @@ TEST_F(MainWindowTest, ShowsWhyCaptureHasStoppedUntilItGoesOn) {
     EXPECT_THAT(visibleTexts(*mainWindow), Not(banner));
 }
 
-TEST_F(MainWindowTest, SaveNeedsAtLeast480FramesAndNoOtherSaveUnderWay) {
+TEST_F(MainWindowTest, TheSaveButtonNeeds480FramesAndNoSaveUnderWayButTheKeyAlwaysSaves) {
     openMainWindow();
     for (const auto& [frames, enabled] : {std::pair(0, false), std::pair(479, false), std::pair(480, true)}) {
         control.status.retainedSeconds = frames / 48'000.0;
@@ -155,10 +160,12 @@ TEST_F(MainWindowTest, SaveNeedsAtLeast480FramesAndNoOtherSaveUnderWay) {
     }
     saveButton().setFocus();
     press(*mainWindow, Qt::Key_Space);
+    const auto finishFirst = outlets.finishSave;
     press(*mainWindow, Qt::Key_S, Qt::ControlModifier);
-    ASSERT_EQ(outlets.saves.size(), 1U);
+    ASSERT_EQ(outlets.saves.size(), 2U);
+    finishFirst(std::filesystem::path("/clips/one.wav"));
     EXPECT_FALSE(find<QPushButton>(*mainWindow, u"Saving…"_s).isEnabled());
-    outlets.finishSave(std::filesystem::path("/clips/one.wav"));
+    outlets.finishSave(std::filesystem::path("/clips/two.wav"));
     EXPECT_TRUE(saveButton().isEnabled());
     EXPECT_TRUE(saveButton().hasFocus());
 }

@@ -96,6 +96,26 @@ TEST_F(WaveformViewInputTest, ShiftMovesTheNearerEndOfTheSelectionOrSelectsFromT
     EXPECT_EQ(playhead(), 200);
 }
 
+TEST_F(WaveformViewInputTest, ASlowMovementLeavesTheLiveEdgeAsAFastOneDoesButSmallOnesWithPausesDoNot) {
+    tick(60);
+    const double edge = timeline().viewStartFrame;
+    double pointer = 400;
+    const auto drag = [&] { view->otherMouseDragged({{++pointer, 100}, {}, 1}); };
+    const auto scroll = [&] { view->scrollWheel({{400, 100}, 1, 0, true, {}}); };
+    for (const auto& step : {std::function<void()>(drag), std::function<void()>(scroll)}) {
+        view->otherMouseDown({{pointer, 100}, {}, 1});
+        for (int i = 0; i < 10; ++i, tick(20))
+            step();
+        EXPECT_TRUE(timeline().followLive);
+        tick(20);
+        for (int i = 0; i < 10; ++i, tick())
+            step();
+        EXPECT_FALSE(timeline().followLive);
+        EXPECT_NEAR(timeline().viewStartFrameTarget, edge - 10 * kFramesPerPoint, 1);
+        view->resumeLiveFollow();
+    }
+}
+
 TEST_F(WaveformViewInputTest, ThePressThatActivatesTheWindowSelectsOnlyByADrag) {
     const auto activate = [&](double x) {
         view->acceptFirstMouse({{x, 100}, {}, presses + 1});

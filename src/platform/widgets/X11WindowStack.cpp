@@ -2,6 +2,9 @@
 
 #include "platform/widgets/XcbReply.h"
 
+#include <QGuiApplication>
+#include <QScreen>
+
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -144,7 +147,9 @@ X11WindowStack::Window X11WindowStack::read(const Request& request,
     Window window;
     window.isOnScreen = attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
                         !std::ranges::count(states, atoms_[hiddenAtom]) &&
-                        (!desktop || !currentDesktop || *desktop == *currentDesktop || *desktop == kEveryDesktop);
+                        (!desktop || !currentDesktop || *desktop == *currentDesktop || *desktop == kEveryDesktop ||
+                         // Each monitor may show a desktop of its own. Window managers that do so unmap the others.
+                         QGuiApplication::screens().size() > 1);
     const Rect content{double(place->dst_x), double(place->dst_y), double(geometry->width), double(geometry->height)};
     window.frame = grown(grown(content, borders, 1), shadows, -1);
     const double alpha = double(opacity) / kOpaque;
