@@ -1,0 +1,185 @@
+#include "host/LiveWaveform.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+namespace rewindle::test {
+namespace {
+
+Pixel pixelOf(const Color& color) {
+    const auto byte = [](double value) { return static_cast<int>(std::lround(value * 255)); };
+    return {byte(color.red), byte(color.green), byte(color.blue)};
+}
+
+} // namespace
+
+int distance(const Pixel& a, const Pixel& b) {
+    return std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2]);
+}
+
+Sound blocks() {
+    Sound sound{std::vector<float>(2 * (kLead + kLevels.size() * (kBlock + kRest)))};
+    std::mt19937 random(11);
+    for (std::size_t block = 0; block < kLevels.size(); ++block) {
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            const auto frame = kLead + block * (kBlock + kRest) + i;
+            const float value = random() % 2 ? kLevels.at(block) : -kLevels.at(block);
+            sound.samples[2 * frame] = sound.samples[2 * frame + 1] = value;
+        }
+    }
+    return sound;
+}
+
+Pixel Picture::at(int x, int y) const {
+    const auto place = 3 * static_cast<std::size_t>(y * width + x);
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[place + i]); };
+    return {byte(0), byte(1), byte(2)};
+}
+
+void Picture::findHead(const Color& color) {
+    const int row = height - 3;
+    int first = -1, last = -1;
+    for (int x = 0; x < width; ++x) {
+        if (distance(at(x, row), pixelOf(color)) > 120) continue;
+        if (first < 0) first = x;
+        last = x;
+    }
+    if (first < 0) return;
+    head = (first + last + 1) / 2.0;
+    bottom = height;
+    for (top = row; top > 0 && distance(at(first, top - 1), at(first, row)) < 24;)
+        --top;
+}
+
+std::pair<int, int> Picture::filled(int x) const {
+    const int empty = width - 3; // the newest audio is silent, or has not come yet
+    std::pair<int, int> rows{0, 0};
+    for (int y = top; y < bottom; ++y) {
+        if (distance(at(x, y), at(empty, y)) < 200) continue;
+        if (rows.second == 0) rows.first = y;
+        rows.second = y + 1;
+    }
+    return rows;
+}
+
+std::optional<std::pair<int, int>> Picture::nextBlock(int from) const {
+    const int end = width - 60; // what is right of it is the button's
+    while (from < end && filled(from).second == 0)
+        ++from;
+    if (from >= end) return std::nullopt;
+    int last = from;
+    while (last + 1 < end && filled(last + 1).second > 0)
+        ++last;
+    return std::pair(from, last);
+}
+
+LiveWaveform::LiveWaveform() {
+    session.addDefaultSink("speakers");
+    std::filesystem::create_directories(session.folder() / "config/rewindle");
+    std::ofstream(session.folder() / "config/rewindle/settings.json")
+        << R"({"com.rewindle.hasSeenOnboarding": true, "capture.recordingDuration": 30})";
+}
+
+void LiveWaveform::start() {
+    rewindle.emplace(session, RecorderStart{});
+    window = desktop.window(kWindow);
+    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
+    waitForCapture(*rewindle);
+}
+
+Picture LiveWaveform::look() const {
+    const auto png = session.folder() / "waveform.png";
+    desktop.saveScreenshot(png, kWindow);
+    std::istringstream size(session.run("identify -format '%w %h' " + png.string()).output);
+    Picture picture;
+    size >> picture.width >> picture.height;
+    picture.bytes = session.run("convert " + png.string() + " -depth 8 rgb:-").output;
+    const auto theme = WaveformTheme::of(NightfallFlavor::eclipse, NightfallWaveformAccent::mauve);
+    for (const auto& color : {theme.head, theme.headFrozen})
+        if (picture.head < 0) picture.findHead(color);
+    return picture;
+}
+
+Picture LiveWaveform::lookAtRest() const {
+    std::optional<std::pair<int, int>> before{{-1, -1}};
+    Picture picture;
+    EXPECT_TRUE(eventually([&] {
+        picture = look();
+        picture.top = top;
+        picture.bottom = picture.height;
+        const auto now = picture.nextBlock(0);
+        return std::exchange(before, now) == now;
+    }));
+    return picture;
+}
+
+void LiveWaveform::mouse(const std::string& actions) const {
+    const auto result = session.run("timeout 20 xdotool " + actions);
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+}
+
+std::string LiveWaveform::to(double x) const {
+    return "mousemove --sync --window " + window + " " + std::to_string(std::lround(x)) + " " + std::to_string(row) +
+           " ";
+}
+
+void LiveWaveform::drag(double from, double to_, int button) const {
+    const auto number = std::to_string(button) + " ";
+    mouse(to(from) + "mousedown " + number + to((from + to_) / 2) + to(to_) + "mouseup " + number);
+}
+
+std::set<Path> LiveWaveform::clips() const {
+    std::set<Path> found;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(session.folder() / "home/Music/rewindle", error))
+        if (entry.path().extension() == ".wav") found.insert(entry.path());
+    return found;
+}
+
+Sound LiveWaveform::save() const {
+    const auto before = clips();
+    desktop.press("ctrl+s");
+    std::optional<Path> clip;
+    if (!eventually([&] {
+            for (const auto& path : clips())
+                if (!before.contains(path)) clip = path;
+            return clip.has_value();
+        }))
+        throw std::runtime_error("no clip was saved");
+    return load(*clip);
+}
+
+LiveWaveform::Stretch LiveWaveform::placeOf(const Sound& clip) const {
+    const auto at = find(clip, rewindle->retained());
+    EXPECT_TRUE(at.has_value()) << "the clip is no stretch of what was heard";
+    return {static_cast<double>(at.value_or(0)), static_cast<double>(clip.frames())};
+}
+
+LiveWaveform::Stretch LiveWaveform::select(double from, double to_) const {
+    desktop.press("Escape Escape");
+    drag(from, to_);
+    return placeOf(save());
+}
+
+void LiveWaveform::playAndPause() {
+    desktop.press("ctrl+plus ctrl+plus ctrl+plus ctrl+plus ctrl+plus");
+    play(session, blocks());
+    Picture picture;
+    ASSERT_TRUE(eventually([&] {
+        picture = look();
+        return std::abs(picture.head - 0.92 * picture.width) <= kColumn;
+    })) << picture.head
+        << " of " << picture.width;
+    top = picture.top;
+    width = desktop.area(kWindow).width; // of which the screen may show less
+    framesPerPixel = kSecondsKept * kRate / std::pow(1.25, 5) / width;
+    desktop.click(kWindow, picture.width - 28, top + 28);
+    mouse(to(40)); // away from the button, whose tool tip would be in the picture
+    desktop.press("space");
+    ASSERT_TRUE(eventually([&] { return rewindle->status("frozen") == "true"; }));
+}
+
+} // namespace rewindle::test
