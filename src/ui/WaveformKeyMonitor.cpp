@@ -24,9 +24,19 @@ WaveformKeyMonitor::WaveformKeyMonitor(QWidget& window) : QObject(&window), wind
 }
 
 bool WaveformKeyMonitor::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() != QEvent::KeyPress) return false;
+    if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease) return false;
     const auto& key = static_cast<const QKeyEvent&>(*event);
-    return isForWaveform(watched, key) && waveform_->offerKey(key);
+    if (event->type() == QEvent::KeyRelease) {
+        released_ = {key.key(), key.timestamp()};
+        return false;
+    }
+    return isForWaveform(watched, key) && waveform_->offerKey(key, isRepeat(key));
+}
+
+/// On X11 a key that is held goes up and down again in the same instant. Qt knows it by that only when it finds both in
+/// its queue.
+bool WaveformKeyMonitor::isRepeat(const QKeyEvent& press) const {
+    return press.isAutoRepeat() || (press.timestamp() != 0 && released_ == std::pair(press.key(), press.timestamp()));
 }
 
 bool WaveformKeyMonitor::isForWaveform(const QObject* watched, const QKeyEvent& event) const {

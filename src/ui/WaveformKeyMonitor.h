@@ -3,6 +3,9 @@
 #include <QKeyEvent>
 #include <QWidget>
 
+#include <optional>
+#include <utility>
+
 namespace rewindle {
 
 class WaveformViewRepresentable;
@@ -23,9 +26,11 @@ protected:
 
 private:
     [[nodiscard]] bool isForWaveform(const QObject* watched, const QKeyEvent& event) const;
+    [[nodiscard]] bool isRepeat(const QKeyEvent& press) const;
 
     QWidget& window_;
     WaveformViewRepresentable* waveform_ = nullptr;
+    std::optional<std::pair<int, quint64>> released_; // the key that went up last, and when
 };
 
 } // namespace rewindle

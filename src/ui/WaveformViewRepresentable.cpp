@@ -251,10 +251,11 @@ void WaveformViewRepresentable::wheelEvent(QWheelEvent* event) {
     view_->scrollWheel(scrollEvent(*event, hasPixels));
 }
 
-bool WaveformViewRepresentable::offerKey(const QKeyEvent& event) {
+bool WaveformViewRepresentable::offerKey(const QKeyEvent& event, bool isRepeat) {
     activated_.reset();
     view_->flagsChanged(modifierFlagsAfter(event));
-    const auto key = keyEvent(event);
+    auto key = keyEvent(event);
+    key.isRepeat = isRepeat;
     return key.modifiers.command ? view_->performKeyEquivalent(key) : view_->keyDown(key);
 }
 

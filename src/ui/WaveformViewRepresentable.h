@@ -28,7 +28,7 @@ public:
 
     [[nodiscard]] WaveformView& view() const { return *view_; }
     /// A key that was pressed anywhere in the window; false when it means nothing here.
-    [[nodiscard]] bool offerKey(const QKeyEvent& event);
+    [[nodiscard]] bool offerKey(const QKeyEvent& event, bool isRepeat);
     [[nodiscard]] QSize minimumSizeHint() const override { return {1, 56}; }
 
 protected:

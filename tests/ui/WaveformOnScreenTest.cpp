@@ -106,6 +106,21 @@ TEST_F(WaveformOnScreenTest, KeysOfTheWindowAreTheWaveformsWhoeverHasThem) {
     EXPECT_EQ(outlets.saves.back(), editor().marks().selectedRange());
 }
 
+TEST_F(WaveformOnScreenTest, AKeyThatIsHeldFreezesOnceThoughItGoesUpInBetween) {
+    const auto send = [&](QEvent::Type type, quint64 time) {
+        QKeyEvent event(type, Qt::Key_Space, {}, u" "_s);
+        event.setTimestamp(time);
+        QApplication::sendEvent(&widget(), &event);
+    };
+    send(QEvent::KeyPress, 1'000);
+    send(QEvent::KeyRelease, 1'660);
+    send(QEvent::KeyPress, 1'660);
+    EXPECT_TRUE(freeze.frozen);
+    send(QEvent::KeyRelease, 1'720);
+    send(QEvent::KeyPress, 1'721);
+    EXPECT_FALSE(freeze.frozen);
+}
+
 TEST_F(WaveformOnScreenTest, APressThatActivatesTheWindowOnlyDoesThat) {
     QApplication::setActiveWindow(nullptr);
     click(100);
