@@ -44,12 +44,18 @@ Sound load(const Path& path) {
 }
 
 std::optional<std::size_t> find(const Sound& part, const Sound& whole, std::size_t from) {
+    // By what follows the silence that it may begin with: there is silence in many places.
+    const auto loud = std::ranges::find_if(part.samples, [](float sample) { return sample != 0; });
+    const auto lead = loud == part.samples.end() ? 0 : loud - part.samples.begin();
     const auto begin = whole.samples.begin();
-    for (auto at = begin + static_cast<std::ptrdiff_t>(2 * from);;) {
-        at = std::search(at, whole.samples.end(), part.samples.begin(), part.samples.end());
+    const auto first = begin + static_cast<std::ptrdiff_t>(2 * from);
+    if (whole.samples.end() - first < lead) return std::nullopt;
+    for (auto at = first + lead;; ++at) {
+        at = std::search(at, whole.samples.end(), part.samples.begin() + lead, part.samples.end());
         if (at == whole.samples.end()) return std::nullopt;
-        if ((at - begin) % 2 == 0) return static_cast<std::size_t>(at - begin) / 2;
-        ++at;
+        const auto start = at - lead;
+        if ((start - begin) % 2 == 0 && std::equal(start, at, part.samples.begin()))
+            return static_cast<std::size_t>(start - begin) / 2;
     }
 }
 
