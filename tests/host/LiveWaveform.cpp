@@ -84,10 +84,25 @@ LiveWaveform::LiveWaveform() {
 }
 
 void LiveWaveform::start() {
+    setenv("REWINDLE_FRAME_DIAG", (session.folder() / "frames.log").c_str(), 1);
     rewindle.emplace(session, RecorderStart{});
     window = desktop.window(kWindow);
     ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
     waitForCapture(*rewindle);
+}
+
+std::vector<ClockRow> LiveWaveform::clockRows() const {
+    std::vector<ClockRow> rows;
+    std::ifstream file(session.folder() / "frames.log");
+    for (std::string line; std::getline(file, line) && !file.eof();) { // a last row without its end is still written
+        std::istringstream columns(line);
+        ClockRow entry;
+        std::string source, phase, period;
+        if (columns >> entry.uptimeMs >> entry.event >> source >> phase >> period >> std::ws)
+            std::getline(columns, entry.detail);
+        if (!entry.detail.empty()) rows.push_back(entry);
+    }
+    return rows;
 }
 
 Picture LiveWaveform::look() const {

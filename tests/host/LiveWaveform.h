@@ -9,7 +9,9 @@
 #include <array>
 #include <optional>
 #include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace rewindle::test {
 
@@ -17,7 +19,7 @@ constexpr auto kWindow = "rewindle";
 constexpr double kRate = 48'000, kSecondsKept = 30;
 constexpr int kColumn = 2;  // pixels
 constexpr double kNear = 8; // frames, of several hundred in a pixel: what the easing of a movement leaves
-constexpr std::array kLevels{0.25F, 0.5F, 1.0F, 0.75F};
+inline constexpr std::array kLevels{0.25F, 0.5F, 1.0F, 0.75F};
 constexpr std::size_t kLead = 14'400, kBlock = 38'400, kRest = 19'200; // frames
 
 using Pixel = std::array<int, 3>;
@@ -42,6 +44,12 @@ struct Picture {
     [[nodiscard]] std::optional<std::pair<int, int>> nextBlock(int from) const;
 };
 
+/// One row of what the frame clock says that it did.
+struct ClockRow {
+    double uptimeMs = 0;
+    std::string event, detail;
+};
+
 /// The program with its window on a private display, and what somebody does and sees there.
 class LiveWaveform : public testing::Test {
 protected:
@@ -52,10 +60,12 @@ protected:
     LiveWaveform();
     /// Starts the program and waits until its window has the keyboard and it captures.
     void start();
+    /// What its frame clock has done so far.
+    std::vector<ClockRow> clockRows() const;
     Picture look() const;
     /// Once it has come to rest; the place of the waveform is that of an earlier look.
     Picture lookAtRest() const;
-    /// What `xdotool` understands: "mousedown 1", "keydown shift".
+    /// What `xdotool` understands: "mousedown 1", "key Left", and all of it in one line.
     void mouse(const std::string& actions) const;
     [[nodiscard]] std::string to(double x) const;
     void drag(double from, double to_, int button = 1) const;

@@ -61,58 +61,6 @@ TEST_F(LiveWaveform, ItsColumnsAreTheSoundAndASavedSelectionIsThatStretchBitByBi
     }
 }
 
-TEST_F(LiveWaveform, MouseAndKeysMarkMoveAndZoom) {
-    start();
-    playAndPause();
-    lookAtRest();
-    const auto marked = select(300, 700);
-    EXPECT_NEAR(marked.frames, 400 * framesPerPixel, 1);
-    const auto expectMarked = [&](const Stretch& now, double first, double frames, const char* what) {
-        EXPECT_NEAR(now.first, first, kNear) << what;
-        EXPECT_NEAR(now.frames, frames, kNear) << what;
-    };
-    const double nudge = 4 * framesPerPixel;
-    desktop.press("Right");
-    expectMarked(placeOf(save()), marked.first + nudge, marked.frames, "nudged");
-    desktop.press("shift+Left");
-    expectMarked(placeOf(save()), marked.first, marked.frames + nudge, "extended to the left");
-    mouse(to(800) + "keydown shift click 1 keyup shift");
-    expectMarked(placeOf(save()), marked.first, 500 * framesPerPixel, "extended by a click");
-    desktop.press("Escape Escape"); // the playhead, the marks
-    EXPECT_EQ(save().frames(), rewindle->retained().frames()) << "everything, when nothing is marked";
-
-    mouse(to(600) + "keydown shift click 4 keyup shift");
-    lookAtRest();
-    expectMarked(select(300, 700), marked.first - 10 * framesPerPixel, marked.frames, "scrolled");
-    drag(600, 610, 2);
-    mouse(to(600) + "keydown shift click 5 keyup shift");
-    lookAtRest();
-    expectMarked(select(300, 700), marked.first - 10 * framesPerPixel, marked.frames, "pulled, and scrolled back");
-    desktop.press("Escape Escape");
-    mouse(to(600) + "keydown ctrl click 5 keyup ctrl"); // one step nearer, about the pointer
-    lookAtRest();
-    const double nearer = framesPerPixel / 1.15;
-    expectMarked(select(300, 700), marked.first - 10 * framesPerPixel + 300 * (framesPerPixel - nearer), 400 * nearer,
-                 "zoomed");
-    desktop.press("Escape ctrl+0 Home");
-    lookAtRest();
-    EXPECT_NEAR(select(100, 300).frames, 200 * kSecondsKept * kRate / width, kNear);
-
-    desktop.press("Escape End");
-    EXPECT_TRUE(eventually([&] { return look().head > 0; })) << "back at the newest audio";
-    mouse(to(200) + "click 1");
-    const auto isPlayhead = [&] {
-        const Picture picture = look();
-        const auto line = [&](int y) { return distance(picture.at(200, y), picture.at(203, y)) > 60; };
-        return line(top + 1) && !line(top + 5);
-    };
-    EXPECT_TRUE(eventually(isPlayhead));
-    desktop.press("Escape");
-    EXPECT_TRUE(eventually([&] { return !isPlayhead(); }));
-    desktop.press("space");
-    EXPECT_TRUE(eventually([&] { return rewindle->status("frozen") == "false"; }));
-}
-
 TEST_F(LiveWaveform, NothingTicksWhileTheWindowIsMinimised) {
     const auto log = session.folder() / "frames.log";
     setenv("REWINDLE_FRAME_DIAG", log.c_str(), 1);
