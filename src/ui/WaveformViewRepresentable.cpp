@@ -119,19 +119,23 @@ bool WaveformViewRepresentable::eventFilter(QObject* watched, QEvent* event) {
     return QWidget::eventFilter(watched, event);
 }
 
+// A window that is minimised hides its widgets, too. But that stops the clock by itself.
+
 void WaveformViewRepresentable::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    if (event->spontaneous()) return;
     window()->installEventFilter(this); // once, however often
     isShown_ = true;
     driver_->addClient(view_);
     updateLive();
-    if (!event->spontaneous()) setFocus(Qt::OtherFocusReason);
+    setFocus(Qt::OtherFocusReason);
 }
 
 void WaveformViewRepresentable::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
-    isShown_ = false;
     pointer_.reset();
+    if (event->spontaneous()) return;
+    isShown_ = false;
     driver_->removeClient(view_.get());
     updateLive();
 }

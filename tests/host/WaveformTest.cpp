@@ -3,9 +3,6 @@
 #include "host/LiveWaveform.h"
 
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 namespace rewindle::test {
 namespace {
@@ -59,32 +56,6 @@ TEST_F(LiveWaveform, ItsColumnsAreTheSoundAndASavedSelectionIsThatStretchBitByBi
         EXPECT_NEAR(firstWhole + 0.5, start, kColumn); // the middle of the pixel
         EXPECT_NEAR(lastWhole + 0.5, start + static_cast<double>(kBlock) / framesPerPixel, kColumn);
     }
-}
-
-TEST_F(LiveWaveform, NothingTicksWhileTheWindowIsMinimised) {
-    const auto log = session.folder() / "frames.log";
-    setenv("REWINDLE_FRAME_DIAG", log.c_str(), 1);
-    start();
-    unsetenv("REWINDLE_FRAME_DIAG");
-    const auto rows = [&] {
-        std::ifstream file(log);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    };
-    const auto isStopped = [&] {
-        const auto text = rows();
-        const auto stop = text.rfind("clock_stop");
-        return stop != std::string::npos && text.find("clock_start", stop) == std::string::npos;
-    };
-    EXPECT_TRUE(eventually([&] { return rows().find("waveform_tick") != std::string::npos; }));
-    mouse("windowminimize " + window);
-    ASSERT_TRUE(eventually(isStopped));
-    const auto before = rows();
-    waitForCapture(*rewindle);
-    EXPECT_EQ(rows(), before);
-    mouse("windowmap " + window);
-    EXPECT_TRUE(eventually([&] { return rows().size() > before.size() && !isStopped(); }));
 }
 
 } // namespace
