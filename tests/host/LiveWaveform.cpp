@@ -76,18 +76,23 @@ std::optional<std::pair<int, int>> Picture::nextBlock(int from) const {
     return std::pair(from, last);
 }
 
-LiveWaveform::LiveWaveform() {
+LiveWaveform::LiveWaveform(const SessionParts& parts, std::string titleOfWindow)
+    : session(parts), title(std::move(titleOfWindow)) {
     session.addDefaultSink("speakers");
     std::filesystem::create_directories(session.folder() / "config/rewindle");
     std::ofstream(session.folder() / "config/rewindle/settings.json")
         << R"({"com.rewindle.hasSeenOnboarding": true, "capture.recordingDuration": 30})";
 }
 
-void LiveWaveform::start() {
+void LiveWaveform::run(const RecorderStart& how) {
     setenv("REWINDLE_FRAME_DIAG", (session.folder() / "frames.log").c_str(), 1);
-    rewindle.emplace(session, RecorderStart{});
-    window = desktop.window(kWindow);
-    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
+    rewindle.emplace(session, how);
+}
+
+void LiveWaveform::start() {
+    run();
+    window = desktop.window(title);
+    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == title; }));
     waitForCapture(*rewindle);
 }
 
@@ -107,7 +112,7 @@ std::vector<ClockRow> LiveWaveform::clockRows() const {
 
 Picture LiveWaveform::look() const {
     const auto png = session.folder() / "waveform.png";
-    desktop.saveScreenshot(png, kWindow);
+    desktop.saveScreenshot(png, title);
     std::istringstream size(session.run("identify -format '%w %h' " + png.string()).output);
     Picture picture;
     size >> picture.width >> picture.height;
@@ -137,8 +142,8 @@ void LiveWaveform::mouse(const std::string& actions) const {
 }
 
 std::string LiveWaveform::to(double x) const {
-    return "mousemove --sync --window " + window + " " + std::to_string(std::lround(x)) + " " + std::to_string(row) +
-           " ";
+    return "mousemove --sync --window " + window + " " + std::to_string(std::lround(x)) + " " +
+           std::to_string(mouseRow) + " ";
 }
 
 void LiveWaveform::drag(double from, double to_, int button) const {
@@ -189,9 +194,9 @@ void LiveWaveform::playAndPause() {
     })) << picture.head
         << " of " << picture.width;
     top = picture.top;
-    width = desktop.area(kWindow).width; // of which the screen may show less
+    width = desktop.area(title).width; // of which the screen may show less
     framesPerPixel = kSecondsKept * kRate / std::pow(1.25, 5) / width;
-    desktop.click(kWindow, picture.width - 28, top + 28);
+    desktop.click(title, picture.width - 28, top + 28);
     mouse(to(40)); // away from the button, whose tool tip would be in the picture
     desktop.press("space");
     ASSERT_TRUE(eventually([&] { return rewindle->status("frozen") == "true"; }));

@@ -57,7 +57,10 @@ protected:
         double first = 0, frames = 0;
     };
 
-    LiveWaveform();
+    /// `title` is that of the window with all of the program's in it.
+    explicit LiveWaveform(const SessionParts& parts = {.display = true}, std::string title = kWindow);
+    /// Starts the program.
+    void run(const RecorderStart& how = {});
     /// Starts the program and waits until its window has the keyboard and it captures.
     void start();
     /// What its frame clock has done so far.
@@ -80,14 +83,15 @@ protected:
     /// Has the sound played, and stops with all of it in sight.
     void playAndPause();
 
-    const PrivateSession session{SessionParts{.display = true}};
+    const PrivateSession session;
     Desktop desktop{session};
+    const std::string title;
     std::optional<Recorder> rewindle;
     std::string window;
     int width = 0;             // of the window, pixels
     int top = 0;               // of the waveform, pixels
     double framesPerPixel = 0; // as it was zoomed when the sound was played
-    int row = 130;             // of the mouse: in the waveform, below its button
+    int mouseRow = 130;             // of the mouse: in the waveform, below its button
 };
 
 } // namespace rewindle::test

@@ -70,11 +70,11 @@ protected:
 TEST_F(WaveformWindow, EveryPressDragAndKeyMarksWhatItShould) {
     findAxis();
     const auto outOfTheView = [&] {
-        row = top + 5;
+        mouseRow = top + 5;
         auto actions = at(450) + "mousedown 1 ";
-        row = top - 5;
+        mouseRow = top - 5;
         actions += at(450) + "mouseup 1 ";
-        row = top + 80;
+        mouseRow = top + 80;
         return actions;
     }();
     const auto other = Process("exec xev -name other -geometry 200x20+400+40 >/dev/null");
@@ -182,12 +182,12 @@ TEST_F(WaveformWindow, KeysAndWheelsMoveTheViewAndTheButtonLetsItFollow) {
     desktop.press("space");
     EXPECT_TRUE(eventually([&] { return !isFrozen(); }));
     const auto pressButton = [&] { mouse(to(width - 28) + "click 1 " + to(40)); };
-    row = top + 28;
+    mouseRow = top + 28;
     pressButton();
     EXPECT_TRUE(eventually([&] { return std::abs(look().head - 0.92 * look().width) > 20; })) << "paused";
     pressButton();
     EXPECT_TRUE(headAt(0.92));
-    row = top + 80;
+    mouseRow = top + 80;
 
     mouse("keydown space");
     EXPECT_TRUE(eventually(isFrozen));

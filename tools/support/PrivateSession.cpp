@@ -81,6 +81,7 @@ PrivateSession::PrivateSession(const SessionParts& parts) {
     folder_ = mkdtemp(pattern.data());
     if (parts.sound) session("start", parts.rate ? std::to_string(parts.rate) : "");
     if (parts.display) session("display-start");
+    if (parts.wayland) session("wayland-start");
     adopt(folder_ / "env");
 }
 
