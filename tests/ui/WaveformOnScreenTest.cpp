@@ -12,17 +12,20 @@ class WaveformOnScreenTest : public UiFixture {
 protected:
     WaveformOnScreenTest() {
         begin();
-        std::vector<float> square(48'000, 0.5F);
-        for (std::size_t i = 0; i < square.size(); i += 2)
-            square[i] = -0.5F;
-        for (int second = 0; second < 10; ++second) {
-            hardware.play(square, square);
-            settle();
-        }
-        session->sampler().drain([] {});
-        settle();
+        for (int second = 0; second < 10; ++second)
+            play(0.5F);
         openMainWindow();
         tick();
+    }
+    /// A second of it, at that level.
+    void play(float level) {
+        std::vector<float> square(48'000, level);
+        for (std::size_t i = 0; i < square.size(); i += 2)
+            square[i] = -level;
+        hardware.play(square, square);
+        settle();
+        session->sampler().drain([] {});
+        settle();
     }
     WaveformViewRepresentable& widget() { return mainWindow->rootView().waveformWindowView()->waveform(); }
     [[nodiscard]] const WaveformEditor& editor() { return widget().view().editor(); }
@@ -155,15 +158,65 @@ TEST_F(WaveformOnScreenTest, WheelsCountStepsTouchpadsPixelsAndShiftTurnsThem) {
           Case{"wheel with Shift", {}, {0, -240}, Qt::ShiftModifier, -2, 0, false},
           Case{"tilted wheel with Shift", {}, {120, 0}, Qt::ShiftModifier, 1, 0, false},
           Case{"touchpad", {7, -3}, {56, -24}, {}, 7, -3, true},
+          Case{"touchpad with Shift", {0, -3}, {0, -24}, Qt::ShiftModifier, -3, 0, true},
+          Case{"touchpad that is let go", {}, {}, {}, 0, 0, false},
           Case{"wheel of a driver that calls a step 120 pixels", {0, 120}, {0, 120}, {}, 0, 1, false, false}}) {
         SCOPED_TRACE(what);
-        const QWheelEvent event({10, 20}, {10, 20}, pixels, angle, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+        const auto phase = angle.isNull() ? Qt::ScrollEnd : Qt::NoScrollPhase;
+        const QWheelEvent event({10, 20}, {10, 20}, pixels, angle, Qt::NoButton, modifiers, phase, false);
         const auto scroll = scrollEvent(event, hasPixels);
         EXPECT_EQ(scroll.location, (Point{10, 20}));
         EXPECT_EQ(scroll.deltaX, x);
         EXPECT_EQ(scroll.deltaY, y);
         EXPECT_EQ(scroll.hasPreciseDeltas, precise);
         EXPECT_EQ(scroll.modifiers.command, modifiers.testFlag(Qt::ControlModifier));
+    }
+}
+
+TEST_F(WaveformOnScreenTest, PinchingZoomsAboutTheFingers) {
+    for (int i = 0; i < 10; ++i)
+        widget().view().zoomIn();
+    widget().view().jumpToOldest();
+    const auto gesture = [&](Qt::NativeGestureType type, double value) {
+        QNativeGestureEvent event(type, QPointingDevice::primaryPointingDevice(), 2, {400, 50}, {400, 50}, {400, 50},
+                                  value, {});
+        QApplication::sendEvent(&widget(), &event);
+    };
+    const double zoom = editor().timeline().xAxisMultiplier, frame = editor().axis().frame(400);
+    gesture(Qt::RotateNativeGesture, 90);
+    gesture(Qt::ZoomNativeGesture, 0.25);
+    gesture(Qt::EndNativeGesture, 0);
+    EXPECT_DOUBLE_EQ(editor().timeline().xAxisMultiplier, 1.25 * zoom);
+    EXPECT_NEAR(editor().axis().frame(400), frame, 1e-6);
+}
+
+TEST_F(WaveformOnScreenTest, EveryColumnIsInItsPlaceFromOnePointToMoreThanAScreen) {
+    play(0.25F);
+    for (const int width : {1, 2, 3, 7'680}) {
+        SCOPED_TRACE(width);
+        mainWindow->resize(std::max(width, 1'280), 200);
+        widget().setFixedWidth(width);
+        QApplication::processEvents();
+        for (int i = 0; i < 20; ++i)
+            tick(); // until the head has come to rest
+        ASSERT_EQ(widget().width(), width);
+        const QImage picture = mainWindow->grab().toImage();
+        const int middle = widget().height() / 2;
+        const auto isFilled = [&](int x, double level) {
+            const int y = static_cast<int>(middle * (1 - 0.9 * level)) + 5;
+            const auto here = pixel(picture, x, y), empty = pixel(picture, width - 1, y);
+            return std::abs(here.red() - empty.red()) + std::abs(here.blue() - empty.blue()) > 100;
+        };
+        const int head = static_cast<int>(editor().axis().x(11 * 48'000));
+        const int change = static_cast<int>(editor().axis().x(10 * 48'000));
+        EXPECT_EQ(pixel(picture, head, middle).name(), toQColor(theme->waveform().head).name());
+        for (int x = 2; x < head - 2; ++x) {
+            ASSERT_TRUE(isFilled(x, 0.25)) << x;
+            if (std::abs(x - change) <= 2) continue;
+            ASSERT_EQ(isFilled(x, 0.5), x < change) << x;
+        }
+        for (int x = head + 2; x < width; ++x)
+            ASSERT_FALSE(isFilled(x, 0.25)) << x;
     }
 }
 
