@@ -9,6 +9,8 @@
 namespace rewindle::test {
 namespace {
 
+constexpr double kLeastFramesShown = 45'000;
+
 std::string shifted(const std::string& actions) {
     return "keydown shift " + actions + "keyup shift ";
 }
@@ -79,6 +81,7 @@ TEST_F(WaveformWindow, EveryPressDragAndKeyMarksWhatItShould) {
     }();
     const auto other = Process("exec xev -name other -geometry 200x20+400+40 >/dev/null");
     const auto otherWindow = desktop.window("other");
+    const auto nearest = [&](double x) { return 320 + (x - 320) * kLeastFramesShown / width / framesPerPixel; };
     const double end = static_cast<double>(heard) / framesPerPixel - left;
     for (const auto& step : {
              Step{"the window comes back by a click", clicked(600), Marked{300, 700}},
@@ -115,6 +118,10 @@ TEST_F(WaveformWindow, EveryPressDragAndKeyMarksWhatItShould) {
              {"Escape, of the selection", "key Escape ", {}},
              {"everything", "key ctrl+a ", {}},
              {"and less than that", shifted(clicked(500)), Marked{500, end}},
+             {"a drag of less than 480 frames, as near as can be",
+              "key Escape Escape " + at(320) + "keydown ctrl click --repeat 20 5 keyup ctrl " + dragged(320, 328),
+              {}},
+             {"Shift, from its playhead", shifted(clicked(520)), Marked{nearest(328), nearest(520)}},
          })
         expect(step);
     EXPECT_EQ(rewindle->status("frozen"), "true") << "a space with something marked freezes nothing";
