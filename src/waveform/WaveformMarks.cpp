@@ -6,6 +6,8 @@
 namespace rewindle {
 namespace {
 
+constexpr double kHalfFrame = 0.5; // far more than places on the screen lose on their way to frames
+
 struct Ends {
     double low, high;
 };
@@ -56,7 +58,7 @@ void WaveformMarks::clearSelection() {
 
 double WaveformMarks::fixedEndFor(double frame) const {
     const double middle = (selectionStart() + selectionEnd()) / 2;
-    return frame >= middle ? selectionStart() : selectionEnd();
+    return frame >= middle - kHalfFrame ? selectionStart() : selectionEnd();
 }
 
 void WaveformMarks::nudgeSelection(double step, bool extends, double lower, double upper) {

@@ -82,6 +82,12 @@ TEST_F(WaveformViewInputTest, ShiftMovesTheNearerEndOfTheSelectionOrSelectsFromT
         click(x, kShift);
         EXPECT_EQ(selection(), expected);
     }
+    for (int i = 0; i < 100; ++i) { // the middle, whatever the frames are rounded to
+        const FrameAxis axis{1'000.1 * i, 45'000 * (1 + 0.1 * i), {800, 200}};
+        WaveformMarks some;
+        some.select(axis.frame(600), axis.frame(300));
+        EXPECT_EQ(some.fixedEndFor(axis.frame(450)), axis.frame(300)) << i;
+    }
     clearMarks();
     click(200);
     (void)key(KeyCode::space);
