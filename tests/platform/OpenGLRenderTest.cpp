@@ -1,64 +1,18 @@
-#include "SurfacelessContext.h"
-#include "fakes/CapturingLogSink.h"
-#include "fakes/ManualClock.h"
-#include "platform/opengl/OpenGLDevice.h"
-#include "platform/opengl/OpenGLLayer.h"
+#include "OffscreenRenderer.h"
 #include "render/QuadBuilders.h"
 #include "render/ShaderFunctions.h"
 #include "render/TextureBuilders.h"
-#include "render/WaveformMetalRenderer.h"
 
-#include <algorithm>
 #include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace rewindle::test {
 namespace {
 
 using testing::ElementsAre;
-using Columns = std::vector<float>;
-using Pixel = std::array<int, 4>;
 constexpr float kGap = std::numeric_limits<float>::quiet_NaN();
 constexpr Pixel kNothing{0, 0, 0, 0};
-
-/// What was drawn, the top row first.
-struct Picture {
-    int width = 0;
-    int height = 0;
-    std::vector<std::byte> bytes;
-
-    [[nodiscard]] Pixel at(int x, int y) const {
-        const auto first = 4 * static_cast<std::size_t>(y * width + x);
-        Pixel pixel{};
-        std::ranges::transform(std::span(bytes).subspan(first, 4), pixel.begin(),
-                               [](std::byte value) { return std::to_integer<int>(value); });
-        return pixel;
-    }
-    /// How many pixels of a column are covered, counted by their alpha.
-    [[nodiscard]] double coverage(int x) const {
-        double sum = 0;
-        for (int y = 0; y < height; ++y)
-            sum += at(x, y)[3] / 255.0;
-        return sum;
-    }
-    /// Rows above the first that is at least half covered.
-    [[nodiscard]] int top(int x) const {
-        int y = 0;
-        while (y < height && at(x, y)[3] < 128)
-            ++y;
-        return y;
-    }
-};
-
-struct KeptImage final : ImageWriter {
-    bool writePng(const std::filesystem::path&, const ImagePixels& image) override {
-        kept = {image.width, image.height, image.bytes};
-        return true;
-    }
-    Picture kept;
-};
 
 /// A GPU that is never done before somebody waits for it.
 struct SlowFences {
@@ -87,57 +41,18 @@ WaveformFrame redFrame() {
     return frame;
 }
 
-class OpenGLRenderTest : public testing::TestWithParam<GlApi> {
+class OpenGLRenderTest : public testing::TestWithParam<GlApi>, protected OffscreenRenderer {
 protected:
+    OpenGLRenderTest() : OffscreenRenderer(GetParam()) {}
     void SetUp() override {
-        ASSERT_TRUE(context.ok());
-        makeRenderer(eglGetProcAddress);
-    }
-    void makeRenderer(const GlLoader& loader, int maxTextureSize = std::numeric_limits<int>::max()) {
-        target = nullptr;
-        renderer = nullptr;
-        core = nullptr;
-        device = OpenGLDevice::make(loader, maxTextureSize);
-        ASSERT_TRUE(device);
-        core = MetalRenderCore::make(device.get(), Log(log, "Render"));
-        ASSERT_TRUE(core) << testing::PrintToString(log.lines());
-        renderer = std::make_unique<WaveformMetalRenderer>(*core, noDump);
+        ASSERT_NO_FATAL_FAILURE(makeRenderer());
         setTarget(200, 100);
     }
-    std::unique_ptr<GpuTexture> makeTarget(int width, int height) {
-        return device->makeTexture({.width = width, .height = height, .use = GpuTextureUse::copy});
-    }
-    void setTarget(int width, int height) {
-        target = makeTarget(width, height);
-        layer.setTarget(framebufferOf(*target), width, height);
-    }
-    static Picture pictureOf(const GpuTexture& texture) {
-        Picture picture{texture.width(), texture.height(), {}};
-        const auto row = 4 * static_cast<std::size_t>(picture.width);
-        std::vector<std::byte> fromBottom(row * static_cast<std::size_t>(picture.height));
-        texture.read(fromBottom);
-        for (auto end = fromBottom.size(); end > 0; end -= row) {
-            const auto pixels = std::span(fromBottom).subspan(end - row, row);
-            picture.bytes.insert(picture.bytes.end(), pixels.begin(), pixels.end());
-        }
-        return picture;
-    }
     Picture draw(const Columns& minima, const Columns& maxima) {
-        renderer->render(frame, minima, maxima, layer);
-        return pictureOf(*target);
+        return OffscreenRenderer::draw(frame, minima, maxima);
     }
 
-    CapturingLogSink log;
-    ManualClock clock;
-    KeptImage image;
-    FrameDump noDump{nullptr, clock, image};
     FrameDump dump{"frame.png", clock, image};
-    SurfacelessContext context{GetParam()};
-    std::unique_ptr<OpenGLDevice> device;
-    std::unique_ptr<MetalRenderCore> core;
-    std::unique_ptr<WaveformMetalRenderer> renderer;
-    std::unique_ptr<GpuTexture> target;
-    OpenGLLayer layer;
     WaveformFrame frame = redFrame();
 };
 
@@ -238,6 +153,7 @@ TEST_P(OpenGLRenderTest, DrawsWindowsOf7680PointsAndMoreColumnsThanATextureIsWid
     const Sound narrow(600);
     const Picture expected = draw(narrow.minima, narrow.maxima);
     makeRenderer(eglGetProcAddress, 256);
+    setTarget(200, 100);
     EXPECT_EQ(draw(narrow.minima, narrow.maxima).bytes, expected.bytes);
 }
 
