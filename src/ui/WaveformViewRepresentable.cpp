@@ -161,8 +161,8 @@ void WaveformViewRepresentable::useSurface(QtWaveformSurface* surface) {
     surface_ = surface;
     surface_->lower(); // below the button
     surface_->onUnusable = [this] {
-        view_->setRenderer(nullptr);
         std::exchange(surface_, nullptr)->deleteLater();
+        view_->setRenderer(nullptr); // which asks for a picture
     };
     view_->setRenderer(surface_);
 }

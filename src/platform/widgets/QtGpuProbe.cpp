@@ -18,22 +18,6 @@
 namespace rewindle {
 namespace {
 
-/// None when there is no such context, or when it is too old.
-std::optional<GpuProbeAnswer> answerOfContext(bool isES) {
-    QOpenGLContext context;
-    context.setFormat(gpuSurfaceFormat(isES));
-    if (!context.create()) return std::nullopt;
-    QOffscreenSurface surface;
-    surface.setFormat(context.format());
-    surface.create();
-    if (!context.makeCurrent(&surface)) return std::nullopt;
-    const auto gl = loadGlFunctions([&](const char* name) { return context.getProcAddress(name); });
-    if (!gl) return std::nullopt;
-    return GpuProbeAnswer{.kind = isSoftwareRenderer(gl->rendererName) ? GpuKind::software : GpuKind::hardware,
-                          .isES = gl->isES,
-                          .driver = gl->rendererName};
-}
-
 GpuProbeAnswer answerOfThisProcess() {
     if (displayProblem(DisplayEnvironment::ofProcess())) return {};
     int count = 1;
@@ -41,9 +25,8 @@ GpuProbeAnswer answerOfThisProcess() {
     std::array<char*, 2> arguments{name.data(), nullptr};
     const QGuiApplication application(count, arguments.data());
     if (!qtPlatformShowsGpu()) return {};
-    auto answer = answerOfContext(false);
-    if (!answer || answer->kind == GpuKind::none) answer = answerOfContext(true);
-    return answer.value_or(GpuProbeAnswer{});
+    auto answer = gpuOfContext(false);
+    return answer.kind == GpuKind::none ? gpuOfContext(true) : answer;
 }
 
 } // namespace
@@ -52,6 +35,21 @@ int runGpuProbe() {
     const std::string line = probeLine(answerOfThisProcess()) + "\n";
     const bool written = std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fflush(stdout) == 0;
     std::_Exit(written ? 0 : 1); // what a driver does at a regular exit could still crash, and would change nothing
+}
+
+GpuProbeAnswer gpuOfContext(bool isES) {
+    QOpenGLContext context;
+    context.setFormat(gpuSurfaceFormat(isES));
+    if (!context.create()) return {};
+    QOffscreenSurface surface;
+    surface.setFormat(context.format());
+    surface.create();
+    if (!context.makeCurrent(&surface)) return {};
+    const auto gl = loadGlFunctions([&](const char* name) { return context.getProcAddress(name); });
+    if (!gl) return {};
+    return {.kind = isSoftwareRenderer(gl->rendererName) ? GpuKind::software : GpuKind::hardware,
+            .isES = gl->isES,
+            .driver = gl->rendererName};
 }
 
 QSurfaceFormat gpuSurfaceFormat(bool isES) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/GpuProbeHost.h"
+#include "render/GpuProbe.h"
 
 #include <QSurfaceFormat>
 
@@ -16,6 +17,10 @@ inline constexpr std::string_view kGpuProbeArgument = "--gpu-probe";
 /// The whole of a probe child: makes a context as a GPU view would, prints what it found as `probeLine` does, and
 /// gives the process's exit status. Requires: nothing of Qt was made before.
 [[nodiscard]] int runGpuProbe();
+
+/// What draws in a context as a GPU view asks for it, made here and now; none without such a context, or when it is too
+/// old. Requires: a QGuiApplication.
+[[nodiscard]] GpuProbeAnswer gpuOfContext(bool isES);
 
 /// What a GPU view asks of its context: OpenGL 3.3 core or OpenGL ES 3.0, an alpha channel, one sample, no depth.
 [[nodiscard]] QSurfaceFormat gpuSurfaceFormat(bool isES);

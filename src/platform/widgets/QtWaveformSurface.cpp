@@ -6,6 +6,7 @@
 #include <QPainter>
 
 #include <cmath>
+#include <utility>
 
 namespace rewindle {
 
@@ -42,11 +43,21 @@ void QtWaveformSurface::initializeGL() {
         core_->configure(layer_, false, services_.dump.isEnabled());
         renderer_ = std::make_unique<WaveformMetalRenderer>(*core_, services_.dump);
     }
-    // Later: whoever is told may take this away.
-    const std::string name = core_ ? device_->rendererName() : std::string();
-    const auto tell = [this, name] {
-        services_.onReady(name);
-        if (name.empty() && onUnusable) onUnusable();
+    report(core_ ? device_->rendererName() : std::string());
+}
+
+/// Without a context nothing else is called.
+void QtWaveformSurface::paintEvent(QPaintEvent* event) {
+    QOpenGLWidget::paintEvent(event);
+    if (!isValid()) report({});
+}
+
+/// Later: whoever is told may take this away.
+void QtWaveformSurface::report(const std::string& rendererName) {
+    if (std::exchange(reported_, rendererName) == rendererName) return;
+    const auto tell = [this, rendererName] {
+        services_.onReady(rendererName);
+        if (rendererName.empty() && onUnusable) onUnusable();
     };
     QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }

@@ -12,6 +12,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace rewindle {
@@ -45,11 +47,14 @@ public:
 protected:
     void initializeGL() override;
     void paintGL() override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
+    void report(const std::string& rendererName);
     void release();
 
     const Services services_;
+    std::optional<std::string> reported_;
     QImage backdrop_;
     WaveformFrame frame_;
     std::vector<float> minima_, maxima_;
