@@ -7,8 +7,20 @@
 namespace rewindle::test {
 namespace {
 
-TEST_F(LiveWaveform, ItsColumnsAreTheSoundAndASavedSelectionIsThatStretchBitByBit) {
-    start();
+/// However it is drawn: "metal" is the GPU, which is software here.
+class LiveWaveformDrawnBy : public LiveWaveform, public testing::WithParamInterface<const char*> {
+protected:
+    void startDrawing() {
+        setenv("REWINDLE_RENDERER", GetParam(), 1);
+        start();
+        unsetenv("REWINDLE_RENDERER");
+        const int expected = GetParam() == std::string("metal");
+        EXPECT_TRUE(eventually([&] { return rewindle->logCount("Drawing with llvmpipe") == expected; }));
+    }
+};
+
+TEST_P(LiveWaveformDrawnBy, ItsColumnsAreTheSoundAndASavedSelectionIsThatStretchBitByBit) {
+    ASSERT_NO_FATAL_FAILURE(startDrawing());
     playAndPause();
     const Picture picture = lookAtRest();
     const double middle = (picture.top + picture.bottom) / 2.0;
@@ -57,6 +69,9 @@ TEST_F(LiveWaveform, ItsColumnsAreTheSoundAndASavedSelectionIsThatStretchBitByBi
         EXPECT_NEAR(lastWhole + 0.5, start + static_cast<double>(kBlock) / framesPerPixel, kColumn);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(, LiveWaveformDrawnBy, testing::Values("cg", "metal"),
+                         [](const auto& renderer) { return std::string(renderer.param); });
 
 } // namespace
 } // namespace rewindle::test
