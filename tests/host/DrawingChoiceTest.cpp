@@ -7,9 +7,8 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <fstream>
-#include <map>
+#include <optional>
 #include <sstream>
 
 namespace rewindle::test {
@@ -18,7 +17,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
-using Variables = std::map<std::string, std::string>;
 
 class DrawingChoice : public testing::Test {
 protected:
@@ -30,15 +28,11 @@ protected:
     }
     /// Starts it, waits until the waveform is seen to move if it is to be on the screen, and returns what it has told
     /// about the GPU.
-    std::vector<std::string> start(const Variables& variables, bool isOnScreen = true) {
+    std::vector<std::string> start(const std::string& variables, bool isOnScreen = true) {
         std::filesystem::remove(dump);
-        setenv("REWINDLE_DUMP_FRAME", dump.c_str(), 1);
-        for (const auto& [name, value] : variables)
-            setenv(name.c_str(), value.c_str(), 1);
         rewindle.reset();
-        rewindle.emplace(session, RecorderStart{});
-        for (const auto& [name, value] : variables)
-            unsetenv(name.c_str());
+        rewindle.emplace(session,
+                         RecorderStart{.variables = "REWINDLE_DUMP_FRAME=" + dump.string() + " " + variables});
         EXPECT_TRUE(!isOnScreen || moves(screenshot));
         return told();
     }
@@ -84,18 +78,18 @@ protected:
 };
 
 TEST_F(DrawingChoice, FollowsWhatIsThereAndWhatIsAskedForAndIsNeverWithoutAPicture) {
-    EXPECT_THAT(start({}), ElementsAre(StartsWith("GPU: software gl llvmpipe"))) << "which counts as none";
+    EXPECT_THAT(start(""), ElementsAre(StartsWith("GPU: software gl llvmpipe"))) << "which counts as none";
     EXPECT_FALSE(std::filesystem::exists(dump));
 
-    EXPECT_THAT(start({{"REWINDLE_RENDERER", "metal"}}), ElementsAre(StartsWith("Drawing with llvmpipe")));
+    EXPECT_THAT(start("REWINDLE_RENDERER=metal"), ElementsAre(StartsWith("Drawing with llvmpipe")));
     EXPECT_TRUE(moves(dump));
     const auto waveform = session.run("identify -format '%w' " + dump.string()).output;
     EXPECT_EQ(waveform, std::to_string(desktop.area("rewindle").width));
 
-    EXPECT_THAT(start({{"REWINDLE_RENDERER", "metal"}, {"LIBGL_ALWAYS_INDIRECT", "1"}}),
+    EXPECT_THAT(start("REWINDLE_RENDERER=metal LIBGL_ALWAYS_INDIRECT=1"),
                 ElementsAre("The GPU cannot be drawn with."));
-    EXPECT_THAT(start({{"REWINDLE_RENDERER", "cg"}}), IsEmpty());
-    EXPECT_THAT(start({{"REWINDLE_RENDERER", "metal"}, {"QT_QPA_PLATFORM", "offscreen"}}, false), IsEmpty());
+    EXPECT_THAT(start("REWINDLE_RENDERER=cg"), IsEmpty());
+    EXPECT_THAT(start("REWINDLE_RENDERER=metal QT_QPA_PLATFORM=offscreen", false), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(dump));
 }
 

@@ -84,13 +84,13 @@ LiveWaveform::LiveWaveform(const SessionParts& parts, std::string titleOfWindow)
         << R"({"com.rewindle.hasSeenOnboarding": true, "capture.recordingDuration": 30})";
 }
 
-void LiveWaveform::run(const RecorderStart& how) {
-    setenv("REWINDLE_FRAME_DIAG", (session.folder() / "frames.log").c_str(), 1);
+void LiveWaveform::run(RecorderStart how) {
+    how.variables += " REWINDLE_FRAME_DIAG=" + (session.folder() / "frames.log").string();
     rewindle.emplace(session, how);
 }
 
-void LiveWaveform::start() {
-    run();
+void LiveWaveform::start(const std::string& variables) {
+    run({.variables = variables});
     window = desktop.window(title);
     ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == title; }));
     waitForCapture(*rewindle);

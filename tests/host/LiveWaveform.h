@@ -60,9 +60,9 @@ protected:
     /// `title` is that of the window with all of the program's in it.
     explicit LiveWaveform(const SessionParts& parts = {.display = true}, std::string title = kWindow);
     /// Starts the program.
-    void run(const RecorderStart& how = {});
+    void run(RecorderStart how = {});
     /// Starts the program and waits until its window has the keyboard and it captures.
-    void start();
+    void start(const std::string& variables = {});
     /// What its frame clock has done so far.
     std::vector<ClockRow> clockRows() const;
     Picture look() const;

@@ -24,7 +24,8 @@ Recorder::Recorder(const PrivateSession& session, const std::string& options, bo
 Recorder::Recorder(const PrivateSession& session, const RecorderStart& start)
     : session_(session), logFile_(newFile(session, ".log")),
       granted_(!start.granted || command("grant").exitCode == 0),
-      process_("REWINDLE_LOG=debug exec " REWINDLE_BINARY " " + start.arguments + " 2>" + logFile_.string()) {
+      process_("REWINDLE_LOG=debug " + start.variables + " exec " REWINDLE_BINARY " " + start.arguments + " 2>" +
+               logFile_.string()) {
     if (!granted_ ||
         !eventually([&] { return command("status --json").exitCode == 0 && (!start.capturing || isCapturing()); })) {
         throw std::runtime_error("rewindle did not come up: " + log());

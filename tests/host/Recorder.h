@@ -14,6 +14,7 @@ struct RecorderStart {
     std::string arguments = {}; // none: with its window
     bool granted = true;        // what a user allowed before
     bool capturing = true;      // wait until it does
+    std::string variables = {}; // of its environment: "NAME=VALUE NAME=VALUE"
 };
 
 /// The program itself, running in a private session, and its commands as a user types them.

@@ -11,9 +11,7 @@ namespace {
 class LiveWaveformDrawnBy : public LiveWaveform, public testing::WithParamInterface<const char*> {
 protected:
     void startDrawing() {
-        setenv("REWINDLE_RENDERER", GetParam(), 1);
-        start();
-        unsetenv("REWINDLE_RENDERER");
+        start("REWINDLE_RENDERER=" + std::string(GetParam()));
         const int expected = GetParam() == std::string("metal");
         EXPECT_TRUE(eventually([&] { return rewindle->logCount("Drawing with llvmpipe") == expected; }));
     }

@@ -44,7 +44,7 @@ protected:
     QImage lookAtTwoDimensions(bool marked) {
         if (!mainWindow) show();
         if (marked) mark();
-        const QImage expected = pixelsOf(mainWindow->grab());
+        QImage expected = pixelsOf(mainWindow->grab());
         EXPECT_TRUE(runUntil([&] { return onScreen(*mainWindow) == expected; }));
         return expected;
     }
