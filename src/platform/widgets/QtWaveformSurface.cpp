@@ -3,6 +3,7 @@
 #include "platform/widgets/QtGpuProbe.h"
 
 #include <QOpenGLContext>
+#include <QOpenGLFunctions>
 #include <QPainter>
 
 #include <cmath>
@@ -54,16 +55,20 @@ void QtWaveformSurface::paintEvent(QPaintEvent* event) {
 
 /// Later: whoever is told may take this away.
 void QtWaveformSurface::report(const std::string& rendererName) {
-    if (std::exchange(reported_, rendererName) == rendererName) return;
-    const auto tell = [this, rendererName] {
-        services_.onReady(rendererName);
-        if (rendererName.empty() && onUnusable) onUnusable();
-    };
-    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+    if (std::exchange(rendererName_, rendererName) == rendererName) return;
+    QMetaObject::invokeMethod(this, &QtWaveformSurface::tell, Qt::QueuedConnection);
+}
+
+void QtWaveformSurface::tell() {
+    services_.onReady(*rendererName_);
+    if (rendererName_->empty() && onUnusable) onUnusable();
 }
 
 void QtWaveformSurface::paintGL() {
     if (!renderer_) return;
+    // What the framebuffer held before would be seen when there is no frame yet.
+    context()->functions()->glClearColor(0, 0, 0, 0);
+    context()->functions()->glClear(GL_COLOR_BUFFER_BIT);
     const qreal scale = devicePixelRatioF();
     const int pixelWidth = static_cast<int>(std::lround(width() * scale));
     const int pixelHeight = static_cast<int>(std::lround(height() * scale));

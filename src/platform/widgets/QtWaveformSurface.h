@@ -51,10 +51,11 @@ protected:
 
 private:
     void report(const std::string& rendererName);
+    void tell();
     void release();
 
     const Services services_;
-    std::optional<std::string> reported_;
+    std::optional<std::string> rendererName_; // as it was reported
     QImage backdrop_;
     WaveformFrame frame_;
     std::vector<float> minima_, maxima_;
