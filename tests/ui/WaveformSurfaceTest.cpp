@@ -112,11 +112,22 @@ protected:
                  mainWindow->devicePixelRatioF());
         return picture;
     }
-    /// Whether the screen shows this picture there or a few pixels from there.
-    [[nodiscard]] static bool isNear(QPoint corner, const QImage& picture) {
+    /// Asks for a tool tip when there is none: a movement of the pointer may have taken it away.
+    [[nodiscard]] static bool showsToolTip(QWidget& widget) {
+        const QPoint middle = widget.rect().center();
+        QHelpEvent help(QEvent::ToolTip, middle, widget.mapToGlobal(middle));
+        if (!QToolTip::isVisible()) QApplication::sendEvent(&widget, &help);
+        for (auto* const top : QApplication::topLevelWidgets())
+            if (top->inherits("QTipLabel") && top->isVisible()) return isSeen(*top);
+        return false;
+    }
+    /// On the screen, in front of all else; the place is rounded to pixels.
+    [[nodiscard]] static bool isSeen(QWidget& top) {
         const QImage screen = pixelsOf(QGuiApplication::primaryScreen()->grabWindow(0));
+        const QImage wanted = pixelsOf(top.grab());
+        const QPoint corner = (QPointF(top.pos()) * top.devicePixelRatioF()).toPoint();
         for (int i = 0; i < 25; ++i)
-            if (screen.copy(QRect(corner + QPoint(i % 5 - 2, i / 5 - 2), picture.size())) == picture) return true;
+            if (screen.copy(QRect(corner + QPoint(i % 5 - 2, i / 5 - 2), wanted.size())) == wanted) return true;
         return false;
     }
     /// Qt leaves what is to be deleted later to an event loop that a test has not.
@@ -173,15 +184,7 @@ TEST_F(WaveformSurfaceTest, TheButtonAndItsToolTipAreInFrontOfTheWaveform) {
     auto& button = find<QPushButton>(*mainWindow, u"Pause live follow"_s);
     EXPECT_LT(meanDifference(onScreen(*mainWindow), flat, areaOf(button)), 0.1);
 
-    QHelpEvent help(QEvent::ToolTip, button.rect().center(), button.mapToGlobal(button.rect().center()));
-    QApplication::sendEvent(&button, &help);
-    const auto tops = QApplication::topLevelWidgets();
-    const auto isTip = [](QWidget* top) { return top->inherits("QTipLabel") && top->isVisible(); };
-    const auto tip = std::ranges::find_if(tops, isTip);
-    ASSERT_NE(tip, tops.end());
-    const QImage wanted = pixelsOf((*tip)->grab());
-    const QPoint corner = (QPointF((*tip)->pos()) * mainWindow->devicePixelRatioF()).toPoint();
-    EXPECT_TRUE(runUntil([&] { return isNear(corner, wanted); }));
+    EXPECT_TRUE(runUntil([&] { return showsToolTip(button); }));
     QToolTip::hideText();
     EXPECT_TRUE(runUntil([&] { return showsByGpu(flat); })) << difference;
 }
