@@ -20,7 +20,7 @@ constexpr int kLeastWidthForLevels = 640; // points; below, the words need the p
 } // namespace
 
 WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
-                                       std::shared_ptr<WindowAnimationDriver> driver, const NightfallTheme& theme,
+                                       const std::shared_ptr<WindowAnimationDriver>& driver, const NightfallTheme& theme,
                                        const Actions& actions)
     : session_(session), saver_(waveform.saver), theme_(theme), actions_(actions),
       banner_(new NightfallBanner(theme)), levels_(new LevelFigures(theme)),

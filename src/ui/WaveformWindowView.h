@@ -23,7 +23,7 @@ class WaveformWindowView final : public QWidget, private ClipSaver {
 public:
     /// `driver` is the frame clock of the window that the page will be in.
     WaveformWindowView(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
-                       std::shared_ptr<WindowAnimationDriver> driver, const NightfallTheme& theme,
+                       const std::shared_ptr<WindowAnimationDriver>& driver, const NightfallTheme& theme,
                        const Actions& actions);
 
     /// Saves the selection, or all that is kept when there is none, as one clip.

@@ -14,7 +14,7 @@ TEST_F(RewindleCopyTest, ChangesTheDurationTwiceAndKeepsTheNewestAudioUnderItsFr
         [&] { seen.emplace_back(engine->ringBufferRevision().get(), ring().durationSeconds); });
     int completed = 0;
     start();
-    play(45 * 48'000);
+    play(std::size_t{45} * 48'000);
     engine->setDuration(RecordingDuration::thirtySeconds, [&] { ++completed; }); // as it is: nothing happens
     engine->setDuration(RecordingDuration::oneMinute, [&] { ++completed; });
     deliver();
@@ -25,7 +25,7 @@ TEST_F(RewindleCopyTest, ChangesTheDurationTwiceAndKeepsTheNewestAudioUnderItsFr
     EXPECT_THAT(seen, ElementsAre(std::pair(1U, 60), std::pair(2U, 45)));
     EXPECT_EQ(hardware.starts(), 1) << "capture was torn down";
     EXPECT_EQ(ring().info(), (WaveformInfo{45 * 48'000 + 100, 100}));
-    EXPECT_EQ(left(), ramp(45 * 48'000, 100));
+    EXPECT_EQ(left(), ramp(std::size_t{45} * 48'000, 100));
 }
 
 TEST_F(RewindleCopyTest, LosesNothingOfWhatIsPlayedDuringCopiesThatSpanEachOther) {
