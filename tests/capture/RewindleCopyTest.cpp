@@ -44,15 +44,15 @@ TEST_F(RewindleCopyTest, AFreezeOrItsEndAskedForDuringACopyStands) {
     const struct {
         const char* scenario;
         bool frozenBefore;
-        std::vector<bool> askedDuringFirstCopy;
         bool frozenAfter;
+        std::vector<bool> askedDuringFirstCopy;
         std::size_t framesInSecondCopy; // 100 before the copies, 10 in the first, 1 in the second
     } cases[] = {
-        {"nothing asked", false, {}, false, 110},   {"nothing asked, frozen", true, {}, true, 100},
-        {"freeze", false, {true}, true, 110},       {"unfreeze", true, {false}, false, 100},
-        {"both", false, {true, false}, false, 110}, {"both, frozen", true, {false, true}, true, 100},
+        {"nothing asked", false, false, {}, 110},   {"nothing asked, frozen", true, true, {}, 100},
+        {"freeze", false, true, {true}, 110},       {"unfreeze", true, false, {false}, 100},
+        {"both", false, false, {true, false}, 110}, {"both, frozen", true, true, {false, true}, 100},
     };
-    for (const auto& [scenario, frozenBefore, asked, frozenAfter, framesInSecondCopy] : cases) {
+    for (const auto& [scenario, frozenBefore, frozenAfter, asked, framesInSecondCopy] : cases) {
         SCOPED_TRACE(scenario);
         makeEngine(0);
         copies.clear();
@@ -76,7 +76,7 @@ TEST_F(RewindleCopyTest, AFreezeOrItsEndAskedForDuringACopyStands) {
 }
 
 TEST_F(RewindleCopyTest, ALongCopyIsWhatWasHeldWhateverComesBetweenItsPieces) {
-    constexpr std::size_t kAll = 30 * 48'000;
+    constexpr std::size_t kAll = std::size_t{30} * 48'000;
     const struct {
         const char* scenario;
         std::function<void()> meanwhile; // behind the first piece

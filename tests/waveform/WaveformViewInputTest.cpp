@@ -235,7 +235,7 @@ TEST_F(WaveformViewInputTest, SpacePlaysTheSelectionElseFromThePlayheadElseFreez
 
     click(500);
     EXPECT_TRUE(key(KeyCode::space));
-    EXPECT_EQ(audition.playing, (ClipRange{std::llround(frameAt(500)), 40 * 48'000}));
+    EXPECT_EQ(audition.playing, (ClipRange{std::llround(frameAt(500)), std::int64_t{40} * 48'000}));
     EXPECT_TRUE(key(KeyCode::space));
     EXPECT_FALSE(audition.isPlaying());
     drag(100.5, 200);
@@ -344,7 +344,7 @@ TEST_F(WaveformViewInputTest, SavesAndCopiesTheSelectionInWholeFrames) {
     EXPECT_TRUE(command(U'c'));
     EXPECT_FALSE(outlets.copied);
     EXPECT_TRUE(command(U'A'));
-    EXPECT_EQ(marks().selectedRange(), (ClipRange{10 * 48'000, 40 * 48'000}));
+    EXPECT_EQ(marks().selectedRange(), (ClipRange{std::int64_t{10} * 48'000, std::int64_t{40} * 48'000}));
     clearMarks();
     drag(100.0004, 200.0003);
     const ClipRange range{std::llround(frameAt(100.0004)), std::llround(frameAt(200.0003))};
