@@ -5,6 +5,7 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 
 namespace rewindle::test {
 namespace {
@@ -138,12 +139,13 @@ Picture LiveWaveform::lookAtRest() const {
 
 void LiveWaveform::mouse(const std::string& actions) const {
     const auto result = session.run("timeout 20 xdotool " + actions);
-    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    if (result.exitCode != 0) throw std::runtime_error(actions + ": " + result.errors);
 }
 
 std::string LiveWaveform::to(double x) const {
-    return "mousemove --sync --window " + window + " " + std::to_string(std::lround(x)) + " " +
-           std::to_string(mouseRow) + " ";
+    const auto move = "--window " + window + ' ' + std::to_string(std::lround(x)) + ' ';
+    return "mousemove " + move + std::to_string(mouseRow + 1) + " mousemove --sync " + move +
+           std::to_string(mouseRow) + ' ';
 }
 
 void LiveWaveform::drag(double from, double to_, int button) const {
@@ -172,8 +174,13 @@ Sound LiveWaveform::save() const {
     return load(*clip);
 }
 
+void LiveWaveform::awaitFreeze() {
+    ASSERT_TRUE(eventually([&] { return rewindle->status("frozen") == "true"; }));
+    kept = rewindle->retained();
+}
+
 LiveWaveform::Stretch LiveWaveform::placeOf(const Sound& clip) const {
-    const auto at = find(clip, rewindle->retained());
+    const auto at = find(clip, kept);
     EXPECT_TRUE(at.has_value()) << "the clip is no stretch of what was heard";
     return {static_cast<double>(at.value_or(0)), static_cast<double>(clip.frames())};
 }
@@ -199,7 +206,7 @@ void LiveWaveform::playAndPause() {
     desktop.click(title, picture.width - 28, top + 28);
     mouse(to(40)); // away from the button, whose tool tip would be in the picture
     desktop.press("space");
-    ASSERT_TRUE(eventually([&] { return rewindle->status("frozen") == "true"; }));
+    awaitFreeze();
 }
 
 } // namespace rewindle::test

@@ -70,13 +70,17 @@ protected:
     Picture lookAtRest() const;
     /// What `xdotool` understands: "mousedown 1", "key Left", and all of it in one line.
     void mouse(const std::string& actions) const;
+    /// A move, over when the window has been told of what was pressed before: the window manager looks at each press
+    /// first, and keys overtake the mouse meanwhile. It never ends where it begins, for which nobody would wait.
     [[nodiscard]] std::string to(double x) const;
     void drag(double from, double to_, int button = 1) const;
 
     std::set<Path> clips() const;
     /// What Ctrl+S saves now.
     Sound save() const;
-    /// Where a clip stands in all that has been heard.
+    /// Waits until the program is frozen.
+    void awaitFreeze();
+    /// Where a clip stands in what had been heard when it froze.
     Stretch placeOf(const Sound& clip) const;
     /// Marks what lies between two places on the screen and saves it.
     Stretch select(double from, double to_) const;
@@ -88,10 +92,11 @@ protected:
     const std::string title;
     std::optional<Recorder> rewindle;
     std::string window;
+    Sound kept;                // when the program froze
     int width = 0;             // of the window, pixels
     int top = 0;               // of the waveform, pixels
     double framesPerPixel = 0; // as it was zoomed when the sound was played
-    int mouseRow = 130;             // of the mouse: in the waveform, below its button
+    int mouseRow = 130;        // of the mouse: in the waveform, below its button
 };
 
 } // namespace rewindle::test

@@ -14,7 +14,7 @@ protected:
     }
     void freeze() {
         ASSERT_EQ(rewindle->command("freeze").exitCode, 0);
-        ASSERT_TRUE(eventually([&] { return rewindle->status("frozen") == "true"; }));
+        awaitFreeze();
     }
 };
 
@@ -32,7 +32,7 @@ TEST_F(WaveformBuffers, ADragOutlivesTheReplacementOfTheBuffer) {
     mouse(to(from + 200) + to(from + 300) + "mouseup 1 ");
     const auto frozen = placeOf(save());
     EXPECT_NEAR(frozen.first, start, 1) << "where the old buffer was pressed";
-    const double end = static_cast<double>(rewindle->retained().frames());
+    const auto end = static_cast<double>(kept.frames());
     EXPECT_NEAR(frozen.first + frozen.frames, end + (from + 300 - 0.92 * width) * framesPerPixel, 1)
         << "where the new one was let go";
 
@@ -43,9 +43,8 @@ TEST_F(WaveformBuffers, ADragOutlivesTheReplacementOfTheBuffer) {
     ASSERT_EQ(rewindle->command("duration 45").exitCode, 0);
     mouse(to(300) + to(500) + "mouseup 1 ");
     freeze();
-    const auto heard = rewindle->retained();
     EXPECT_GT(placeOf(save()).frames, 100 * framesPerPixel);
-    EXPECT_TRUE(find(blocks().part(kLead, 2 * kBlock), heard).has_value()) << "what had been heard before";
+    EXPECT_TRUE(find(blocks().part(kLead, 2 * kBlock), kept).has_value()) << "what had been heard before";
     desktop.press("Escape Escape space End");
     EXPECT_TRUE(showsHeadAt(0.92 * blocksSeen.width));
     waitForCapture(*rewindle);
@@ -59,8 +58,8 @@ TEST_F(WaveformBuffers, ShortLongFrozenAndEmptyOnesAreShownAndSavedAsTheyAre) {
     ASSERT_EQ(rewindle->command("").exitCode, 0);
     window = desktop.window(kWindow);
     ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
-    const auto held = rewindle->retained().frames();
-    const double frames = static_cast<double>(held);
+    const auto held = kept.frames();
+    const auto frames = static_cast<double>(held);
     width = desktop.area(kWindow).width;
     EXPECT_TRUE(showsHeadAt(frames / (kSecondsKept * kRate) * width)) << "frozen from the start";
     EXPECT_EQ(save().frames(), held);
@@ -72,7 +71,7 @@ TEST_F(WaveformBuffers, ShortLongFrozenAndEmptyOnesAreShownAndSavedAsTheyAre) {
     desktop.press("space");
     EXPECT_TRUE(eventually([&] { return static_cast<std::size_t>(rewindle->totalFrames()) > held; }));
     freeze();
-    EXPECT_EQ(save().frames(), rewindle->retained().frames());
+    EXPECT_EQ(save().frames(), kept.frames());
 
     rewindle.reset();
     const auto before = clips();
@@ -89,7 +88,7 @@ TEST_F(WaveformBuffers, ShortLongFrozenAndEmptyOnesAreShownAndSavedAsTheyAre) {
     EXPECT_TRUE(eventually([&] { return look().head > 0; }));
     EXPECT_EQ(clips(), before) << "nothing was saved";
     freeze();
-    EXPECT_EQ(save().frames(), rewindle->retained().frames());
+    EXPECT_EQ(save().frames(), kept.frames());
 }
 
 } // namespace

@@ -31,17 +31,15 @@ protected:
         const auto first = lookAtRest().nextBlock(0);
         EXPECT_TRUE(first);
         base = first.value_or(std::pair(300, 300)).first - 310;
+        nearer = framesPerPixel / std::pow(1.25, 3);
     }
     std::string at(double x) const { return to(base + x); }
-    std::string clicked(double x) const { return at(x) + "click 1 "; }
+    std::string clicked(double x) const { return at(x) + "click 1 " + at(x + 1); }
     std::string dragged(double from, double to_) const {
         return at(from) + "mousedown 1 " + at((from + to_) / 2) + at(to_) + "mouseup 1 ";
     }
     /// What is left of the first frame that is held, in points.
-    void findAxis() {
-        left = select(base + 300, base + 700).first / framesPerPixel - 300;
-        heard = rewindle->retained().frames();
-    }
+    void findAxis() { left = select(base + 300, base + 700).first / framesPerPixel - 300; }
     /// Another window takes the keyboard. It has long been away before a hand is back at this one.
     void leave(const std::string& other) const {
         mouse("windowactivate --sync " + other);
@@ -56,7 +54,7 @@ protected:
         mouse(step.actions);
         const auto clip = save();
         if (!step.marked) {
-            EXPECT_EQ(clip.frames(), heard);
+            EXPECT_EQ(clip.frames(), kept.frames());
             return;
         }
         const auto place = placeOf(clip);
@@ -64,9 +62,43 @@ protected:
         EXPECT_NEAR((place.first + place.frames) / framesPerPixel - left, step.marked->second, 0.01);
     }
 
+    /// The frame at the left edge, and how many there are in a point: by a selection that reaches into the sound, for no
+    /// stretch of the silence before it is like no other.
+    struct View {
+        double left, framesPerPoint;
+    };
+    View seen(double framesPerPoint) const {
+        const double points = std::round(1'000 * nearer / framesPerPoint);
+        const auto marked = select(100, 100 + points);
+        desktop.press("Escape Escape");
+        return {marked.first - 100 * marked.frames / points, marked.frames / points};
+    }
+    void expectView(const View& view) const {
+        View now{};
+        EXPECT_TRUE(eventually([&] {
+            now = seen(view.framesPerPoint);
+            return std::abs(now.left - view.left) < kNear && std::abs(now.framesPerPoint - view.framesPerPoint) < 0.1;
+        })) << now.left
+            << ' ' << now.framesPerPoint << " instead of " << view.left << ' ' << view.framesPerPoint;
+    }
+    bool follows() const {
+        return eventually([&] {
+            const auto picture = look();
+            return std::abs(picture.head - 0.92 * picture.width) <= kColumn;
+        });
+    }
+    bool showsPlayheadAt(int x) const {
+        const Picture picture = look();
+        const auto line = [&](int y) { return distance(picture.at(x, y), picture.at(x + 3, y)) > 60; };
+        return line(top + 1) && !line(top + 5);
+    }
+    bool goesOn() const {
+        return eventually([&] { return rewindle->status("frozen") == "false"; });
+    }
+
     int base = 0;
     double left = 0;
-    std::size_t heard = 0;
+    double nearer = 0; // frames in a point, three steps nearer than the sound was played
 };
 
 TEST_F(WaveformWindow, EveryPressDragAndKeyMarksWhatItShould) {
@@ -82,7 +114,7 @@ TEST_F(WaveformWindow, EveryPressDragAndKeyMarksWhatItShould) {
     const auto other = Process("exec xev -name other -geometry 200x20+400+40 >/dev/null");
     const auto otherWindow = desktop.window("other");
     const auto nearest = [&](double x) { return 320 + (x - 320) * kLeastFramesShown / width / framesPerPixel; };
-    const double end = static_cast<double>(heard) / framesPerPixel - left;
+    const double end = static_cast<double>(kept.frames()) / framesPerPixel - left;
     for (const auto& step : {
              Step{"the window comes back by a click", clicked(600), Marked{300, 700}},
              {"by a click inside the selection", clicked(500), Marked{300, 700}},
@@ -128,91 +160,61 @@ TEST_F(WaveformWindow, EveryPressDragAndKeyMarksWhatItShould) {
 }
 
 TEST_F(WaveformWindow, KeysAndWheelsMoveTheViewAndTheButtonLetsItFollow) {
-    struct View {
-        double left, framesPerPoint;
-    };
-    const double near = framesPerPixel / std::pow(1.25, 3), visible = near * width;
-    const double whole = kSecondsKept * kRate / width;
-    const double scrolled = 0.16 * visible - 10 * near;
-    // By a selection that reaches into the sound; no stretch of the silence before it is like no other.
-    const auto seen = [&](double framesPerPoint) {
-        const double points = std::round(1'000 * near / framesPerPoint);
-        const auto marked = select(100, 100 + points);
-        desktop.press("Escape Escape");
-        return View{marked.first - 100 * marked.frames / points, marked.frames / points};
-    };
     struct Move {
         const char* what;
         std::string actions;
         View view;
     };
-    for (const auto& [what, actions, view] : {
-             Move{"Home, three times nearer", "key ctrl+equal ctrl+equal ctrl+equal Home", {0, near}},
-             {"Right", "key Right", {0.08 * visible, near}},
-             {"Right, twice", "key Right Right", {0.24 * visible, near}},
-             {"Left", "key Left", {0.16 * visible, near}},
-             {"a wheel to the right", to(600) + "click 7", {0.16 * visible + 10 * near, near}},
-             {"and to the left", to(600) + "click 6 click 6", {scrolled, near}},
-             {"a wheel", to(600) + "click 4 click 4", {scrolled, near}},
-             {"a wheel with Shift", shifted(to(600) + "click 5 "), {0.16 * visible, near}},
-             {"the middle button", to(600) + "mousedown 2 " + to(605) + to(610) + "mouseup 2 ", {scrolled, near}},
-             {"farther, about the middle", "key ctrl+minus", {scrolled - 0.125 * visible, 1.25 * near}},
-             {"nearer", "key ctrl+plus", {scrolled, near}},
+    const double visible = nearer * width, whole = kSecondsKept * kRate / width;
+    const double scrolled = 0.16 * visible - 10 * nearer;
+    for (const auto& step : {
+             Move{"Home, three times nearer", "key ctrl+equal ctrl+equal ctrl+equal Home", {0, nearer}},
+             {"Right", "key Right", {0.08 * visible, nearer}},
+             {"Right, twice", "key Right Right", {0.24 * visible, nearer}},
+             {"Left", "key Left", {0.16 * visible, nearer}},
+             {"a wheel to the right", to(600) + "click 7", {0.16 * visible + 10 * nearer, nearer}},
+             {"and to the left", to(600) + "click 6 click 6", {scrolled, nearer}},
+             {"a wheel", to(600) + "click 4 click 4", {scrolled, nearer}},
+             {"a wheel with Shift", shifted(to(600) + "click 5 "), {0.16 * visible, nearer}},
+             {"the middle button", to(600) + "mousedown 2 " + to(605) + to(610) + "mouseup 2 ", {scrolled, nearer}},
+             {"farther, about the middle", "key ctrl+minus", {scrolled - 0.125 * visible, 1.25 * nearer}},
+             {"nearer", "key ctrl+plus", {scrolled, nearer}},
              {"a wheel with Ctrl, about the mouse",
               to(600) + "keydown ctrl click 5 keyup ctrl",
-              {scrolled + 600 * (near - near / 1.15), near / 1.15}},
-             {"Ctrl+Left", "key ctrl+Left", {0, near / 1.15}},
+              {scrolled + 600 * (nearer - nearer / 1.15), nearer / 1.15}},
+             {"Ctrl+Left", "key ctrl+Left", {0, nearer / 1.15}},
              {"as it was at first", "key Right ctrl+0", {0, whole}},
          }) {
-        SCOPED_TRACE(what);
-        mouse(actions);
-        View now{};
-        EXPECT_TRUE(eventually([&] {
-            now = seen(view.framesPerPoint);
-            return std::abs(now.left - view.left) < kNear && std::abs(now.framesPerPoint - view.framesPerPoint) < 0.1;
-        })) << now.left
-            << ' ' << now.framesPerPoint << " instead of " << view.left << ' ' << view.framesPerPoint;
+        SCOPED_TRACE(step.what);
+        mouse(step.actions);
+        expectView(step.view);
     }
-
-    const auto headAt = [&](double share) {
-        return eventually([&] {
-            const auto picture = look();
-            return std::abs(picture.head - share * picture.width) <= kColumn;
-        });
-    };
-    const auto isFrozen = [&] { return rewindle->status("frozen") == "true"; };
     desktop.press("ctrl+equal ctrl+equal ctrl+equal ctrl+equal ctrl+equal");
     for (const char* const key : {"ctrl+Right", "End"}) {
         desktop.press("Home " + std::string(key));
-        EXPECT_TRUE(headAt(0.92)) << key;
+        EXPECT_TRUE(follows()) << key;
     }
     desktop.press("space");
-    EXPECT_TRUE(eventually([&] { return !isFrozen(); }));
+    EXPECT_TRUE(goesOn());
     const auto pressButton = [&] { mouse(to(width - 28) + "click 1 " + to(40)); };
     mouseRow = top + 28;
     pressButton();
     EXPECT_TRUE(eventually([&] { return std::abs(look().head - 0.92 * look().width) > 20; })) << "paused";
     pressButton();
-    EXPECT_TRUE(headAt(0.92));
+    EXPECT_TRUE(follows());
     mouseRow = top + 80;
 
     mouse("keydown space");
-    EXPECT_TRUE(eventually(isFrozen));
-    const auto held = rewindle->totalFrames();
+    awaitFreeze();
     play(session, noise(1.5, 3)); // meanwhile the key repeats
     mouse("keyup space");
-    EXPECT_EQ(rewindle->totalFrames(), held);
-    const auto isPlayhead = [&] {
-        const Picture picture = look();
-        const auto line = [&](int y) { return distance(picture.at(300, y), picture.at(303, y)) > 60; };
-        return line(top + 1) && !line(top + 5);
-    };
-    mouse(to(300) + "click 1 key space");
-    EXPECT_TRUE(eventually(isPlayhead));
+    EXPECT_EQ(rewindle->retained().frames(), kept.frames());
+    mouse(to(300) + "click 1 " + to(301) + "key space");
+    EXPECT_TRUE(eventually([&] { return showsPlayheadAt(300); }));
     desktop.press("Escape");
-    EXPECT_TRUE(eventually([&] { return !isPlayhead(); }));
+    EXPECT_TRUE(eventually([&] { return !showsPlayheadAt(300); }));
     desktop.press("space");
-    EXPECT_TRUE(eventually([&] { return !isFrozen(); })) << "a space with a playhead freezes nothing";
+    EXPECT_TRUE(goesOn()) << "a space with a playhead freezes nothing";
 }
 
 } // namespace
