@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <exception>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -26,13 +25,6 @@ constexpr auto kEmptyWindow = "exec " REWINDLE_EMPTY_WINDOW;
 
 double millisecondsSince(Clock::time_point start, Clock::time_point end = Clock::now()) {
     return std::chrono::duration<double, std::milli>(end - start).count();
-}
-
-/// The settings of somebody who has been through the questions of the first start.
-void passFirstStart(const LoadSession& session) {
-    std::filesystem::create_directories(session.folder() + "/config/rewindle");
-    std::ofstream(session.folder() + "/config/rewindle/settings.json")
-        << R"({ "com.rewindle.hasSeenOnboarding": true })";
 }
 
 /// Starts a command, with its complaints in a log, and tells after how many milliseconds its window is painted.
@@ -105,7 +97,7 @@ bool reportHidden(const LoadSession& session, double seconds) {
 
 int measure(double seconds) {
     const LoadSession session({.display = true}, seconds + 10);
-    passFirstStart(session);
+    session.passFirstStart();
     bool good = reportFirstFrame(session);
     good = reportShown(session) && good;
     return reportHidden(session, seconds) && good ? 0 : 1;

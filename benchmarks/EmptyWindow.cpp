@@ -6,6 +6,7 @@
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QWidget window;
+    window.setWindowTitle(QStringLiteral("empty_window"));
     window.resize(1280, 238);
     window.show();
     return QApplication::exec();

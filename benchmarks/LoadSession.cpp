@@ -3,6 +3,7 @@
 #include "support/Sound.h"
 
 #include <cmath>
+#include <fstream>
 #include <numbers>
 #include <stdexcept>
 #include <tuple>
@@ -29,8 +30,8 @@ LoadSession::LoadSession(const support::SessionParts& parts, double secondsOfSin
     if (session_.run(REWINDLE_BINARY " grant").exitCode != 0) throw std::runtime_error("no consent");
 }
 
-Process LoadSession::play() const {
-    Process player("exec pw-play " + folder() + "/sine.wav");
+Process LoadSession::play(const std::string& file) const {
+    Process player("exec pw-play " + file);
     if (!support::eventually([&] { return state() == "running"; })) throw std::runtime_error("nothing plays");
     return player;
 }
@@ -39,11 +40,35 @@ Process LoadSession::record() const {
     return Process("exec pw-record -P '{ stream.capture.sink=true }' --target out " + folder() + "/record.wav");
 }
 
-double LoadSession::retainedSeconds() const {
-    return std::stod(session_
-                         .run(REWINDLE_BINARY " status --json | tr ',' '\\n' | "
-                                              "sed -n 's/.*\"retained_seconds\": *//p'")
-                         .output);
+std::string LoadSession::status(const std::string& key) const {
+    const auto result = session_.run(REWINDLE_BINARY " status --json | tr -d '\"{}' | tr ',' '\\n' | sed -n 's/^ *" +
+                                     key + ": *//p'");
+    return result.output.substr(0, result.output.find('\n'));
+}
+
+void LoadSession::passFirstStart(int secondsToHold) const {
+    std::filesystem::create_directories(folder() + "/config/rewindle");
+    std::ofstream(folder() + "/config/rewindle/settings.json")
+        << R"({ "com.rewindle.hasSeenOnboarding": true, "capture.recordingDuration": )" << secondsToHold << " }";
+}
+
+void LoadSession::listenTo(const std::string& sink) const {
+    session_.session("default-sink", sink);
+    if (!support::eventually([&] { return status("device_uid") == sink; }))
+        throw std::runtime_error("it does not listen to " + sink);
+}
+
+void LoadSession::fill(double seconds) const {
+    constexpr auto kSink = "fast";
+    session_.session("add-fast-sink", kSink);
+    listenTo(kSink);
+    // A player on such a sink need not come to its end, and on a busy computer not all of its sound is heard.
+    const auto isFull = [&] {
+        std::ignore = session_.run("timeout 2 pw-play " + folder() + "/sine.wav");
+        return retainedSeconds() >= seconds;
+    };
+    if (!support::eventually(isFull, 60)) throw std::runtime_error("its buffer was not filled");
+    listenTo("out");
 }
 
 } // namespace rewindle::bench

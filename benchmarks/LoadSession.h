@@ -16,15 +16,26 @@ public:
     [[nodiscard]] const support::PrivateSession& session() const { return session_; }
     [[nodiscard]] std::string folder() const { return session_.folder().string(); }
     /// Plays the sine once; returns when the output runs. Throws when it does not.
-    [[nodiscard]] support::Process play() const;
+    [[nodiscard]] support::Process play() const { return play(folder() + "/sine.wav"); }
+    [[nodiscard]] support::Process play(const std::string& file) const;
     /// A stock recorder of what plays.
     [[nodiscard]] support::Process record() const;
     /// Of the output: suspended, idle or running.
     [[nodiscard]] std::string state() const { return session_.session("state", "out"); }
     /// How much the running program holds.
-    [[nodiscard]] double retainedSeconds() const;
+    [[nodiscard]] double retainedSeconds() const { return std::stod(status("retained_seconds")); }
+
+    /// The settings of somebody who has been through the questions of the first start.
+    void passFirstStart(int secondsToHold = 300) const;
+    /// Has the running program hear something, no matter what, faster than time passes, until it holds that much. Throws
+    /// when that does not come about.
+    void fill(double seconds) const;
 
 private:
+    /// One word of what the running program says of itself.
+    [[nodiscard]] std::string status(const std::string& key) const;
+    void listenTo(const std::string& sink) const;
+
     support::PrivateSession session_;
 };
 

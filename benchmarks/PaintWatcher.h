@@ -1,10 +1,9 @@
 #pragma once
 
+#include "DamageReports.h"
+
 #include <chrono>
-#include <cstdint>
 #include <map>
-#include <memory>
-#include <xcb/xcb.h>
 
 namespace rewindle::bench {
 
@@ -26,20 +25,16 @@ public:
     Time firstPaintedFrame();
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
     struct Seen {
         bool isManaged = false;
         bool isPainted = false;
     };
     /// None when the time is up.
-    xcb_generic_event_t* nextEvent(Time deadline);
+    DamageReports::Owned<xcb_generic_event_t> nextEvent(Time deadline);
     void handle(const xcb_generic_event_t& event);
     [[nodiscard]] bool isPainted() const;
 
-    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
-    std::uint8_t damageNotify_ = 0; // the number of that event
+    DamageReports reports_;
     std::map<xcb_window_t, Seen> windows_;
 };
 

@@ -35,9 +35,19 @@ Usage usageOf(pid_t pid) {
     return sum;
 }
 
+/// True when there is no fault.
+bool print(const std::string& name, double value, const std::string& unit, const char* bound, double required,
+           const std::string& fault) {
+    std::printf("%-52s %8.2f %-37s (%s %.2f) %s\n", name.c_str(), value, unit.c_str(), bound, required,
+                fault.c_str());
+    std::fflush(stdout);
+    return fault.empty();
+}
+
 } // namespace
 
-std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double seconds) {
+std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double seconds,
+                                      const std::function<void()>& afterEach) {
     std::vector<std::vector<Usage>> rows;
     const auto read = [&] {
         std::vector<Usage> now;
@@ -49,6 +59,7 @@ std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double sec
     for (int window = 0; window < kWindows; ++window) {
         std::this_thread::sleep_for(std::chrono::duration<double>(seconds / kWindows));
         auto now = read();
+        if (afterEach) afterEach();
         auto& row = rows.emplace_back();
         for (std::size_t i = 0; i < pids.size(); ++i)
             row.push_back(now[i] - before[i]);
@@ -68,10 +79,11 @@ double median(std::vector<double> values) {
 }
 
 bool report(const std::string& name, double value, const std::string& unit, double required) {
-    std::printf("%-52s %8.2f %-37s (at most %.2f) %s\n", name.c_str(), value, unit.c_str(), required,
-                value <= required ? "" : "TOO MUCH");
-    std::fflush(stdout);
-    return value <= required;
+    return print(name, value, unit, "at most", required, value <= required ? "" : "TOO MUCH");
+}
+
+bool reportAtLeast(const std::string& name, double value, const std::string& unit, double required) {
+    return print(name, value, unit, "at least", required, value >= required ? "" : "TOO LITTLE");
 }
 
 } // namespace rewindle::bench

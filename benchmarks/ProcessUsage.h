@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -15,8 +16,10 @@ struct Usage {
 
 /// Over how many windows of time `watch` looks.
 constexpr int kWindows = 12;
-/// Usage of several processes over the same windows of time, `seconds` together; one row per window.
-std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double seconds);
+/// Usage of several processes over the same windows of time, `seconds` together; one row per window. `afterEach` is
+/// called at the end of each window.
+std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double seconds,
+                                      const std::function<void()>& afterEach = {});
 
 /// Resident, in MB, without the `retainedSeconds` of audio that the ring buffer holds.
 double megabytesBeyondRing(pid_t pid, double retainedSeconds);
@@ -26,5 +29,7 @@ double median(std::vector<double> values);
 
 /// Prints a figure beside the most that it may be, and returns whether it is no more than that.
 bool report(const std::string& name, double value, const std::string& unit, double required);
+/// The same for a figure that must be no less.
+bool reportAtLeast(const std::string& name, double value, const std::string& unit, double required);
 
 } // namespace rewindle::bench

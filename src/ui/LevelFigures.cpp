@@ -2,6 +2,7 @@
 
 #include "meter/CaptureLevelMeter.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 
 namespace rewindle {
@@ -10,9 +11,14 @@ namespace {
 using namespace Qt::StringLiterals;
 constexpr int kGap = 14; // between the channels
 
+int widthOf(const QString& text) {
+    return QFontMetrics(NightfallTheme::font(NightfallText::figure)).horizontalAdvance(text);
+}
+
 } // namespace
 
-LevelFigures::LevelFigures(const NightfallTheme& theme, QWidget* parent) : QWidget(parent), theme_(theme) {
+LevelFigures::LevelFigures(const NightfallTheme& theme, QWidget* parent)
+    : QWidget(parent), theme_(theme), letterWidth_(widthOf(u"L "_s)), figureWidth_(widthOf(u"−48.0"_s)) {
     setFont(NightfallTheme::font(NightfallText::figure));
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(u"Level, left and right"_s);
@@ -21,14 +27,18 @@ LevelFigures::LevelFigures(const NightfallTheme& theme, QWidget* parent) : QWidg
 }
 
 void LevelFigures::setLevels(const std::array<float, 2>& displayDb) {
-    std::array<QString, 2> texts;
-    for (std::size_t channel = 0; channel < texts.size(); ++channel) {
-        texts[channel] = QString::fromStdString(CaptureLevelMeter::readoutText(displayDb[channel]));
-        texts[channel].replace(u'-', u'−');
+    for (std::size_t channel = 0; channel < texts_.size(); ++channel) {
+        QString text = QString::fromStdString(CaptureLevelMeter::readoutText(displayDb[channel]));
+        text.replace(u'-', u'−');
+        if (text == texts_[channel]) continue;
+        texts_[channel] = text;
+        update(figureRect(channel)); // many times a second, while the rest stays
     }
-    if (texts == texts_) return;
-    texts_ = texts;
-    update();
+}
+
+QRect LevelFigures::figureRect(std::size_t channel) const {
+    const int left = static_cast<int>(channel) * (letterWidth_ + figureWidth_ + kGap);
+    return {left + letterWidth_, 0, figureWidth_, height()};
 }
 
 QSize LevelFigures::sizeHint() const {
@@ -36,20 +46,22 @@ QSize LevelFigures::sizeHint() const {
     return {metrics.horizontalAdvance(u"L −48.0R −48.0 dB"_s) + kGap, metrics.height()};
 }
 
-void LevelFigures::paintEvent(QPaintEvent*) {
+void LevelFigures::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
-    const int letter = fontMetrics().horizontalAdvance(u"L "_s), figure = fontMetrics().horizontalAdvance(u"−48.0"_s);
-    int x = 0;
+    const auto draw = [&](const QRect& rect, Qt::AlignmentFlag side, const QColor& color, const QString& text) {
+        if (!event->rect().intersects(rect)) return;
+        painter.setPen(color);
+        painter.drawText(rect, Qt::AlignVCenter | side, text);
+    };
+    const auto& palette = theme_.palette();
     for (std::size_t channel = 0; channel < texts_.size(); ++channel) {
-        painter.setPen(theme_.palette().textSecondary);
-        painter.drawText(QRect(x, 0, letter, height()), Qt::AlignVCenter | Qt::AlignLeft,
-                         channel == 0 ? u"L"_s : u"R"_s);
-        painter.setPen(theme_.palette().text);
-        painter.drawText(QRect(x + letter, 0, figure, height()), Qt::AlignVCenter | Qt::AlignRight, texts_[channel]);
-        x += letter + figure + kGap;
+        const QRect figure = figureRect(channel);
+        const QRect letter(figure.left() - letterWidth_, 0, letterWidth_, height());
+        draw(letter, Qt::AlignLeft, palette.textSecondary, channel == 0 ? u"L"_s : u"R"_s);
+        draw(figure, Qt::AlignRight, palette.text, texts_[channel]);
     }
-    painter.setPen(theme_.palette().textSecondary);
-    painter.drawText(rect(), Qt::AlignVCenter | Qt::AlignRight, u"dB"_s);
+    const int end = figureRect(1).right() + 1;
+    draw({end, 0, width() - end, height()}, Qt::AlignRight, palette.textSecondary, u"dB"_s);
 }
 
 } // namespace rewindle

@@ -22,7 +22,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    [[nodiscard]] QRect figureRect(std::size_t channel) const;
+
     const NightfallTheme& theme_;
+    const int letterWidth_, figureWidth_; // of "L " and of the widest figure
     std::array<QString, 2> texts_;
 };
 

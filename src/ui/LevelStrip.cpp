@@ -28,6 +28,7 @@ LevelStrip::LevelStrip(const NightfallTheme& theme, QWidget* parent)
 
 void LevelStrip::setLevels(const std::array<float, 2>& displayDb) {
     displayDb_ = displayDb;
+    if (!isVisible()) return; // the readings are those of the next paint
     for (std::size_t channel = 0; channel < shown_.size(); ++channel) {
         const Reading now = reading(channel);
         if (now == shown_[channel]) continue;

@@ -4,6 +4,8 @@
 
 #include <QKeyEvent>
 
+#include <cmath>
+
 namespace rewindle {
 namespace {
 
@@ -25,11 +27,15 @@ NightfallButton::NightfallButton(const NightfallTheme& theme, Kind kind, const Q
     setAttribute(Qt::WA_Hover); // repaints as the pointer comes and goes
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAutoDefault(false);
-    connect(&theme, &NightfallTheme::changed, this, [this] { update(); });
+    connect(&theme, &NightfallTheme::changed, this, [this] {
+        picture_ = {};
+        update();
+    });
 }
 
 void NightfallButton::setGlyph(NightfallGlyph glyph) {
     glyph_ = glyph;
+    picture_ = {};
     update();
 }
 
@@ -68,6 +74,27 @@ qreal NightfallButton::radius() const {
 
 void NightfallButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
+    const qreal scale = devicePixelRatioF();
+    // What stands between whole pixels, or is text, looks its best where it is painted.
+    if (!text().isEmpty() || scale != std::floor(scale)) return paint(painter);
+    keepPicture(scale);
+    painter.drawPixmap(0, 0, picture_);
+}
+
+/// A button without text may lie on something that moves, and is then painted with every frame of it.
+void NightfallButton::keepPicture(qreal scale) {
+    const auto [fill, content] = colors();
+    const Look look{fill, content, focus_.isVisible(), size() * scale};
+    if (look == look_ && !picture_.isNull()) return;
+    look_ = look;
+    picture_ = QPixmap(look.pixels);
+    picture_.setDevicePixelRatio(scale);
+    picture_.fill(Qt::transparent);
+    QPainter painter(&picture_);
+    paint(painter);
+}
+
+void NightfallButton::paint(QPainter& painter) const {
     const QRectF body = this->body();
     const auto [fill, content] = colors();
     if (fill.alpha() > 0) NightfallPaint::fillRounded(painter, body, radius(), fill);

@@ -4,6 +4,7 @@
 #include "ui/NightfallIcons.h"
 #include "ui/NightfallTheme.h"
 
+#include <QPixmap>
 #include <QPushButton>
 
 namespace rewindle {
@@ -31,6 +32,15 @@ private:
     struct Colors {
         QColor fill, content;
     };
+    /// What the picture of a button without text depends on, besides the theme and the glyph.
+    struct Look {
+        QColor fill, content;
+        bool hasRing = false;
+        QSize pixels;
+        friend bool operator==(const Look&, const Look&) = default;
+    };
+    void paint(QPainter& painter) const;
+    void keepPicture(qreal scale);
     [[nodiscard]] Colors colors() const;
     [[nodiscard]] QRectF body() const;
     [[nodiscard]] qreal radius() const;
@@ -39,6 +49,8 @@ private:
     const Kind kind_;
     NightfallGlyph glyph_;
     KeyboardFocus focus_;
+    Look look_; // of `picture_`
+    QPixmap picture_;
 };
 
 } // namespace rewindle

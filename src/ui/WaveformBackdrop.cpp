@@ -12,16 +12,8 @@ constexpr double kSilenceAlpha = 0.22;
 
 } // namespace
 
-void WaveformBackdrop::paint(QImage& image, const WaveformTheme& theme, double scale) {
-    prepare(image.height(), theme, scale);
-    for (int y = 0; y < image.height(); ++y) {
-        auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        std::fill_n(line, image.width(), rows_[static_cast<std::size_t>(y)]);
-    }
-}
-
-void WaveformBackdrop::prepare(int height, const WaveformTheme& theme, double scale) {
-    if (theme == theme_ && scale == scale_ && rows_.size() == static_cast<std::size_t>(height)) return;
+std::span<const QRgb> WaveformBackdrop::rows(int height, const WaveformTheme& theme, double scale) {
+    if (theme == theme_ && scale == scale_ && rows_.size() == static_cast<std::size_t>(height)) return rows_;
     theme_ = theme;
     scale_ = scale;
     rows_.resize(static_cast<std::size_t>(height));
@@ -34,6 +26,7 @@ void WaveformBackdrop::prepare(int height, const WaveformTheme& theme, double sc
         if (y >= top && y < top + thickness) color = color.blended(kSilenceAlpha, theme.waveformBottom);
         rows_[row] = toQColor(color).rgb();
     }
+    return rows_;
 }
 
 } // namespace rewindle

@@ -2,8 +2,9 @@
 
 #include "settings/WaveformTheme.h"
 
-#include <QImage>
+#include <QRgb>
 
+#include <span>
 #include <vector>
 
 namespace rewindle {
@@ -11,12 +12,10 @@ namespace rewindle {
 /// What the waveform is seen against: from one colour of the theme to another, and the line of silence.
 class WaveformBackdrop {
 public:
-    /// Covers the whole image, which shows `scale` pixels per point.
-    void paint(QImage& image, const WaveformTheme& theme, double scale);
+    /// The colour of each row of a picture that shows `scale` pixels per point; opaque. They stay until the next call.
+    std::span<const QRgb> rows(int height, const WaveformTheme& theme, double scale);
 
 private:
-    void prepare(int height, const WaveformTheme& theme, double scale);
-
     WaveformTheme theme_;
     double scale_ = 0;
     std::vector<QRgb> rows_;

@@ -1,11 +1,13 @@
 #include "ui/WaveformViewRepresentable.h"
 
+#include "platform/widgets/PaintedImage.h"
 #include "ui/SessionTexts.h"
 #include "ui/WaveformInput.h"
 
 #include <QAccessibleWidget>
 #include <QApplication>
 #include <QNativeGestureEvent>
+#include <QPaintEvent>
 #include <QPainter>
 
 #include <algorithm>
@@ -25,6 +27,27 @@ QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
 
 } // namespace
 
+/// Hands the clock's ticks to the view. What has changed by then, by a tick or by a hand that moves faster than the clock
+/// ticks, is painted once.
+class WaveformViewRepresentable::Ticks final : public DisplayClockClient {
+public:
+    explicit Ticks(WaveformViewRepresentable& owner) : owner_(owner) {}
+    void displayLinkTick() override {
+        owner_.view_->displayLinkTick();
+        owner_.paintIfDue();
+    }
+    void timerTick(bool visible) override {
+        owner_.view_->timerTick(visible);
+        owner_.paintIfDue();
+    }
+    [[nodiscard]] AnimationClockMode preferredClockMode() const override {
+        return owner_.view_->preferredClockMode();
+    }
+
+private:
+    WaveformViewRepresentable& owner_;
+};
+
 WaveformViewRepresentable::WaveformViewRepresentable(AppSession& session, ClipSaver& saver,
                                                      const WaveformServices& services,
                                                      std::shared_ptr<WindowAnimationDriver> driver,
@@ -41,7 +64,7 @@ WaveformViewRepresentable::WaveformViewRepresentable(AppSession& session, ClipSa
           .timingLog = services.timingLog,
           .forcedClockMode = services.forcedClockMode,
       })),
-      container_(view_),
+      ticks_(std::make_shared<Ticks>(*this)), container_(view_),
       followButton_(new NightfallButton(theme, NightfallButton::Kind::secondary, {}, NightfallGlyph::pause, this)) {
     static const bool isInstalled = [] { return QAccessible::installFactory(makeAccessible), true; }();
     (void)isInstalled;
@@ -59,6 +82,8 @@ WaveformViewRepresentable::WaveformViewRepresentable(AppSession& session, ClipSa
 }
 
 WaveformViewRepresentable::~WaveformViewRepresentable() {
+    observations_.clear();
+    driver_->removeClient(ticks_.get());
     if (isLive_) session_.sampler().setLive(false);
     view_->setRenderer(nullptr);
     surface_ = nullptr;
@@ -87,7 +112,9 @@ void WaveformViewRepresentable::updateLive() {
     if (isSeen == isLive_) return;
     isLive_ = isSeen;
     session_.sampler().setLive(isSeen);
-    if (!isSeen) view_->visibilityChanged(false);
+    if (isSeen) return;
+    view_->visibilityChanged(false);
+    paintIfDue();
 }
 
 void WaveformViewRepresentable::showFollowing() {
@@ -126,7 +153,7 @@ void WaveformViewRepresentable::showEvent(QShowEvent* event) {
     if (event->spontaneous()) return;
     window()->installEventFilter(this); // once, however often
     isShown_ = true;
-    driver_->addClient(view_);
+    driver_->addClient(ticks_);
     updateLive();
     setFocus(Qt::OtherFocusReason);
 }
@@ -136,7 +163,7 @@ void WaveformViewRepresentable::hideEvent(QHideEvent* event) {
     pointer_.reset();
     if (event->spontaneous()) return;
     isShown_ = false;
-    driver_->removeClient(view_.get());
+    driver_->removeClient(ticks_.get());
     updateLive();
 }
 
@@ -170,44 +197,56 @@ void WaveformViewRepresentable::useSurface(QtWaveformSurface* surface) {
 void WaveformViewRepresentable::paintSurfaceBackdrop() {
     if (!surface_) return;
     const double scale = devicePixelRatioF();
-    QImage column(1, std::max(1, static_cast<int>(std::lround(height() * scale))), QImage::Format_RGB32);
-    backdrop_.paint(column, theme_.waveform(), scale);
+    const int pixels = std::max(1, static_cast<int>(std::lround(height() * scale)));
+    const auto rows = backdrop_.rows(pixels, theme_.waveform(), scale);
+    QImage column(1, pixels, QImage::Format_RGB32);
+    for (int y = 0; y < pixels; ++y)
+        column.setPixel(0, y, rows[static_cast<std::size_t>(y)]);
     surface_->setBackdrop(column);
 }
 
 void WaveformViewRepresentable::setNeedsDisplay() {
     if (surface_) return; // it is given its pictures
-    isPictureDue_ = true;
-    update();
+    isPictureDue_ = isPaintDue_ = true;
+    if (!isLive_) paintIfDue(); // no tick will come
+}
+
+void WaveformViewRepresentable::paintIfDue() {
+    if (std::exchange(isPaintDue_, false)) update();
 }
 
 /// The picture has the pixels of the screen, which at a fractional scale do not fall on whole points.
-void WaveformViewRepresentable::paintEvent(QPaintEvent*) {
+void WaveformViewRepresentable::paintEvent(QPaintEvent* event) {
     if (surface_) return;
     QPainter painter(this);
     const QTransform toDevice = painter.deviceTransform();
-    const double left = std::round(toDevice.dx());
-    const double top = std::round(toDevice.dy());
-    const QSize pixels(static_cast<int>(std::round(toDevice.dx() + width() * toDevice.m11()) - left),
-                       static_cast<int>(std::round(toDevice.dy() + height() * toDevice.m22()) - top));
-    drawPicture(pixels);
+    const QRectF exact = toDevice.mapRect(QRectF(rect()));
+    const QRect pixels(
+        QPoint(static_cast<int>(std::round(exact.left())), static_cast<int>(std::round(exact.top()))),
+        QPoint(static_cast<int>(std::round(exact.right())) - 1, static_cast<int>(std::round(exact.bottom())) - 1));
+    if (event->region().contains(rect()) && exact == QRectF(pixels)) {
+        if (auto screen = paintedImage(painter, pixels)) return drawPicture(*screen);
+    }
+    keepPicture(pixels.size());
     painter.setWorldTransform(QTransform::fromScale(1 / toDevice.m11(), 1 / toDevice.m22()));
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.drawImage(QPointF(left - toDevice.dx(), top - toDevice.dy()), picture_);
+    painter.drawImage(QPointF(pixels.topLeft()) - exact.topLeft(), picture_);
 }
 
-/// Only when something has changed: a tool tip that goes away, say, has the old picture shown again.
-void WaveformViewRepresentable::drawPicture(QSize pixels) {
-    if (picture_.size() != pixels) {
-        picture_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
-        isPictureDue_ = true;
-    }
-    if (!isPictureDue_ || picture_.isNull()) return;
+/// Where it cannot be drawn at its place. Only when something has changed: a tool tip that goes away, say, has the old
+/// picture shown again.
+void WaveformViewRepresentable::keepPicture(QSize pixels) {
+    if (picture_.size() == pixels && !isPictureDue_) return;
+    if (picture_.size() != pixels) picture_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
     isPictureDue_ = false;
+    if (!picture_.isNull()) drawPicture(picture_);
+}
+
+void WaveformViewRepresentable::drawPicture(QImage& image) {
     const Size size = view_->editor().size();
-    backdrop_.paint(picture_, theme_.waveform(), picture_.height() / size.height);
-    context_.begin(picture_, size);
+    context_.begin(image, size, backdrop_.rows(image.height(), theme_.waveform(), image.height() / size.height));
     view_->draw(context_);
+    context_.end();
 }
 
 // Input

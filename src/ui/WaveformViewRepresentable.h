@@ -46,6 +46,8 @@ protected:
     void keyReleaseEvent(QKeyEvent* event) override;
 
 private:
+    class Ticks;
+
     void setNeedsDisplay() override;
     void setCursor(CursorShape shape) override;
     void makeFirstResponder() override { setFocus(Qt::MouseFocusReason); }
@@ -56,7 +58,9 @@ private:
     void updateLive();
     void showFollowing();
     void placeFollowButton();
-    void drawPicture(QSize pixels);
+    void paintIfDue();
+    void keepPicture(QSize pixels);
+    void drawPicture(QImage& image);
     void useSurface(QtWaveformSurface* surface);
     void paintSurfaceBackdrop();
     [[nodiscard]] bool activatesWindow() const;
@@ -66,6 +70,7 @@ private:
     const NightfallTheme& theme_;
     const std::shared_ptr<WindowAnimationDriver> driver_;
     const std::shared_ptr<WaveformView> view_;
+    const std::shared_ptr<Ticks> ticks_;
     WaveformViewContainer container_;
     NightfallButton* followButton_;
 
@@ -76,8 +81,9 @@ private:
     std::optional<double> activated_; // when the window was, in seconds of uptime; none once a key was pressed
 
     QtWaveformSurface* surface_ = nullptr; // null: this widget is drawn on itself
+    QImage picture_;                       // null unless it is needed
     bool isPictureDue_ = true;
-    QImage picture_;
+    bool isPaintDue_ = false; // with the next tick
     QtGraphicsContext context_;
     WaveformBackdrop backdrop_;
     std::vector<Observation> observations_;

@@ -80,7 +80,7 @@ PrivateSession::PrivateSession(const SessionParts& parts) {
     std::string pattern = (std::filesystem::temp_directory_path() / "rewindle-test.XXXXXX").string();
     folder_ = mkdtemp(pattern.data());
     if (parts.sound) session("start", parts.rate ? std::to_string(parts.rate) : "");
-    if (parts.display) session("display-start");
+    if (parts.display) session("display-start", parts.screen);
     if (parts.wayland) session("wayland-start");
     adopt(folder_ / "env");
 }

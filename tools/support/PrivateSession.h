@@ -44,6 +44,7 @@ struct SessionParts {
     int rate = 0;         // of the sound server's graph; 0 for the server's own default
     bool display = false; // an X server with a window manager
     bool wayland = false; // a compositor: in a window of the display, or, without one, nowhere
+    std::string screen{}; // its size in pixels, "1280x800"; empty for a usual one
 };
 
 /// A private session, whose environment this process and its children have while it lives.

@@ -7,8 +7,8 @@
 namespace rewindle {
 namespace {
 
-constexpr std::uint32_t kOpaque = 255;
-constexpr unsigned kFull = 256; // coverage of a whole pixel
+constexpr int kColumns = StripEdges::kColumns;
+static_assert(kColumns == RowFill::kColumns);
 
 std::uint32_t byte(double value) {
     return static_cast<std::uint32_t>(std::lround(std::clamp(value, 0.0, 1.0) * 255));
@@ -19,28 +19,6 @@ std::uint32_t pixelOf(const Color& color) {
     const double alpha = std::clamp(color.alpha, 0.0, 1.0);
     return byte(alpha) << 24 | byte(color.red * alpha) << 16 | byte(color.green * alpha) << 8 |
            byte(color.blue * alpha);
-}
-
-/// `share` is of 256.
-std::uint32_t scaled(std::uint32_t pixel, unsigned share) {
-    constexpr std::uint32_t kEven = 0x00FF00FF;
-    const std::uint32_t redBlue = ((pixel & kEven) * share >> 8) & kEven;
-    const std::uint32_t alphaGreen = ((pixel >> 8) & kEven) * share & ~kEven;
-    return redBlue | alphaGreen;
-}
-
-unsigned shareOf(double covered) {
-    return static_cast<unsigned>(std::lround(std::clamp(covered, 0.0, 1.0) * kFull));
-}
-
-void blend(std::uint32_t& pixel, std::uint32_t color, unsigned share) {
-    if (share >= kFull && color >> 24 == kOpaque) {
-        pixel = color;
-        return;
-    }
-    const std::uint32_t source = scaled(color, share);
-    const std::uint32_t alpha = source >> 24;
-    pixel = source + scaled(pixel, kFull - alpha - (alpha >> 7));
 }
 
 /// The share of [cell, cell + 1) that lies in [low, high).
@@ -58,19 +36,28 @@ int floorOf(double value) {
 class QtGraphicsContext::Outline {
 public:
     Outline(std::span<const float> values, double zero, double scale) : values_(values), zero_(zero), scale_(scale) {}
-    /// At `share` of the way from one column to the next.
-    [[nodiscard]] double y(std::size_t column, double share) const {
+    /// Goes on to the line from this column to the next, which is `step` wide, at `share` of its length.
+    void enter(std::size_t column, double share, double step) {
         const auto from = static_cast<double>(values_[column]);
         const auto to = static_cast<double>(values_[std::min(column + 1, values_.size() - 1)]);
-        return zero_ - (from + (to - from) * share) * scale_;
+        y_ = zero_ - (from + (to - from) * share) * scale_;
+        perPixel_ = (from - to) * scale_ / step;
+        widthPerRow_ = 1 / std::abs(perPixel_);
+    }
+    /// The next piece of that line.
+    StripEdges::Piece advance(int column, double width) {
+        const double left = y_;
+        y_ += perPixel_ * width;
+        return {column, width, left, y_, widthPerRow_};
     }
 
 private:
     std::span<const float> values_;
     double zero_, scale_;
+    double y_ = 0, perPixel_ = 0, widthPerRow_ = 0;
 };
 
-void QtGraphicsContext::begin(QImage& image, Size size) {
+void QtGraphicsContext::begin(QImage& image, Size size, std::span<const std::uint32_t> backdrop) {
     assert(image.format() == QImage::Format_ARGB32_Premultiplied);
     bits_ = reinterpret_cast<std::uint32_t*>(image.bits());
     width_ = image.width();
@@ -80,7 +67,14 @@ void QtGraphicsContext::begin(QImage& image, Size size) {
     scaleY_ = height_ / std::max(size.height, 1.0);
     state_ = {0, 0, {0, 0, static_cast<double>(width_), static_cast<double>(height_)}};
     saved_.clear();
-    coverage_.assign(static_cast<std::size_t>(height_) + 2, 0);
+    backdrop_ = backdrop;
+    assert(backdrop.empty() || backdrop.size() == static_cast<std::size_t>(height_));
+}
+
+void QtGraphicsContext::end() {
+    const auto backdrop = std::exchange(backdrop_, {});
+    for (std::size_t row = 0; row < backdrop.size(); ++row)
+        std::fill_n(pixelAt(0, static_cast<int>(row)), width_, backdrop[row]);
 }
 
 void QtGraphicsContext::restoreState() {
@@ -115,104 +109,40 @@ std::uint32_t* QtGraphicsContext::pixelAt(int x, int y) const {
 
 void QtGraphicsContext::fillEnvelope(const EnvelopeStrip& strip) {
     prepareRamp(strip.fill);
+    edges_.begin(height_, state_.clip.top, state_.clip.bottom);
+    rowFill_.begin(width_, height_);
     const double zero = (strip.midY + state_.dy) * scaleY_;
-    const Outline upper(strip.maxima, zero, strip.amplitudeScale * scaleY_);
-    const Outline lower(strip.minima, zero, strip.amplitudeScale * scaleY_);
+    Outline upper(strip.maxima, zero, strip.amplitudeScale * scaleY_);
+    Outline lower(strip.minima, zero, strip.amplitudeScale * scaleY_);
     const std::size_t pieces = std::max<std::size_t>(strip.minima.size(), 2) - 1;
     const double first = (strip.firstX + state_.dx) * scaleX_;
     const double step = strip.columnStride * scaleX_;
     const double left = std::max(first, state_.clip.left);
     const double right = std::min(first + step * static_cast<double>(pieces), state_.clip.right);
     if (left >= right) return;
-    auto piece = std::min(static_cast<std::size_t>((left - first) / step), pieces - 1);
-    for (int x = floorOf(left); x < right; ++x) {
-        Rows above{height_, 0};
-        Rows below{height_, 0};
-        const double end = std::min(right, x + 1.0);
-        for (double from = std::max(left, static_cast<double>(x)); from < end;) {
-            const double start = first + step * static_cast<double>(piece);
-            const bool isLast = piece + 1 >= pieces;
-            const double to = isLast ? end : std::min(end, start + step);
-            const double a = (from - start) / step;
-            const double b = (to - start) / step;
-            const auto top = addEdge(upper.y(piece, a), upper.y(piece, b), to - from);
-            const auto bottom = addEdge(lower.y(piece, a), lower.y(piece, b), from - to);
-            above = {std::min(above.first, top.first), std::max(above.end, top.end)};
-            below = {std::min(below.first, bottom.first), std::max(below.end, bottom.end)};
-            if (to < end) ++piece;
+    int x = floorOf(left);
+    double from = left;
+    for (auto piece = std::min(static_cast<std::size_t>((left - first) / step), pieces - 1); from < right; ++piece) {
+        const double start = first + step * static_cast<double>(piece);
+        const double end = piece + 1 < pieces ? std::min(start + step, right) : right;
+        upper.enter(piece, (from - start) / step, step);
+        lower.enter(piece, (from - start) / step, step);
+        while (from < end) {
+            const double to = std::min(end, x + 1.0);
+            edges_.addUpper(upper.advance(x % kColumns, to - from));
+            edges_.addLower(lower.advance(x % kColumns, to - from));
             from = to;
+            if (from >= x + 1.0 && ++x % kColumns == 0) endBlock(x / kColumns - 1);
         }
-        fillColumn(x, above, below);
     }
+    if (edges_.hasBlock()) endBlock(x / kColumns);
+    rowFill_.fill(bits_, stride_, ramp_, std::exchange(backdrop_, {}));
+    edges_.draw(bits_, stride_, width_, ramp_);
 }
 
-/// Counts what lies below an edge, over `width` pixels, as covered; the other way round when that is negative. Returns
-/// the rows in which that changes something.
-QtGraphicsContext::Rows QtGraphicsContext::addEdge(double y0, double y1, double width) {
-    const double low = state_.clip.top;
-    const double high = state_.clip.bottom;
-    const double top = std::min(y0, y1);
-    const double bottom = std::max(y0, y1);
-    if (bottom <= low || top >= high || bottom - top < 1e-6) return addFlat(std::clamp(top, low, high), width);
-    const double perPixel = width / (bottom - top);
-    const double from = std::max(top, low);
-    const double to = std::min(bottom, high);
-    Rows rows = addSlope(from, to, (to - from) * perPixel);
-    if (top < low) rows.first = addFlat(low, (low - top) * perPixel).first;
-    if (bottom > high) rows.end = addFlat(high, (bottom - high) * perPixel).end;
-    return rows;
-}
-
-QtGraphicsContext::Rows QtGraphicsContext::addSlope(double top, double bottom, double width) {
-    if (bottom - top < 1e-6) return addFlat(top, width);
-    const int first = floorOf(top);
-    const int last = floorOf(bottom);
-    const double half = width / (2 * (bottom - top));
-    double areaAbove = 0; // below the slope, down to the top of the row
-    double before = 0;
-    for (int row = first; row <= last; ++row) {
-        const double floor = row + 1.0;
-        const double area =
-            floor >= bottom ? width * (floor - (top + bottom) / 2) : half * (floor - top) * (floor - top);
-        const double covered = area - areaAbove;
-        coverage_[static_cast<std::size_t>(row)] += static_cast<float>(covered - before);
-        before = covered;
-        areaAbove = area;
-    }
-    coverage_[static_cast<std::size_t>(last) + 1] += static_cast<float>(width - before);
-    return {first, last + 2};
-}
-
-QtGraphicsContext::Rows QtGraphicsContext::addFlat(double y, double width) {
-    const int row = floorOf(y);
-    const double covered = width * (row + 1 - y);
-    coverage_[static_cast<std::size_t>(row)] += static_cast<float>(covered);
-    coverage_[static_cast<std::size_t>(row) + 1] += static_cast<float>(width - covered);
-    return {row, row + 2};
-}
-
-/// Draws what has been counted in a column of pixels, and forgets it.
-void QtGraphicsContext::fillColumn(int x, Rows upper, Rows lower) {
-    const int end = std::max(upper.end, lower.end);
-    float covered = 0;
-    auto* pixel = pixelAt(x, upper.first);
-    int row = upper.first;
-    if (upper.end < lower.first) {
-        fillCovered(pixel, row, upper.end, covered);
-        const unsigned share = shareOf(static_cast<double>(covered));
-        for (row = upper.end; row < lower.first; ++row, pixel += stride_)
-            blend(*pixel, ramp_[static_cast<std::size_t>(row)], share);
-    }
-    fillCovered(pixel, row, std::min(end, height_), covered);
-    std::fill(coverage_.begin() + upper.first, coverage_.begin() + end, 0.0F);
-}
-
-void QtGraphicsContext::fillCovered(std::uint32_t*& pixel, int row, int end, float& covered) {
-    for (; row < end; ++row, pixel += stride_) {
-        covered += coverage_[static_cast<std::size_t>(row)];
-        const unsigned share = shareOf(static_cast<double>(covered));
-        if (share > 0) blend(*pixel, ramp_[static_cast<std::size_t>(row)], share);
-    }
+void QtGraphicsContext::endBlock(int block) {
+    const auto covered = edges_.endBlock(block);
+    rowFill_.add(block, covered.first, covered.end);
 }
 
 void QtGraphicsContext::prepareRamp(const VerticalGradient& gradient) {
@@ -234,16 +164,20 @@ void QtGraphicsContext::prepareRamp(const VerticalGradient& gradient) {
 void QtGraphicsContext::fillRect(const Rect& rect, const Color& color) {
     const Box box = pixels(rect);
     if (box.left >= box.right || box.top >= box.bottom) return;
+    end(); // the backdrop, in case that nothing was drawn before
     const std::uint32_t fill = pixelOf(color);
+    const int first = floorOf(box.left);
     const int last = static_cast<int>(std::ceil(box.right)) - 1;
     for (int y = floorOf(box.top); y < box.bottom; ++y) {
         const double height = overlap(y, box.top, box.bottom);
-        const unsigned inside = shareOf(height);
-        const int first = floorOf(box.left);
-        blend(*pixelAt(first, y), fill, shareOf(height * overlap(first, box.left, box.right)));
-        for (int x = first + 1; x < last; ++x)
-            blend(*pixelAt(x, y), fill, inside);
-        if (last > first) blend(*pixelAt(last, y), fill, shareOf(height * overlap(last, box.left, box.right)));
+        const auto fillPixels = [&](int x, int end, double covered) {
+            const auto four = static_cast<float>(height * covered);
+            const FourPixels shares[] = {sharesOf(FourFloats{four, four, four, four})};
+            blend(std::span(pixelAt(x, y), static_cast<std::size_t>(end - x)), fill, shares);
+        };
+        fillPixels(first, first + 1, overlap(first, box.left, box.right));
+        if (last > first + 1) fillPixels(first + 1, last, 1);
+        if (last > first) fillPixels(last, last + 1, overlap(last, box.left, box.right));
     }
 }
 

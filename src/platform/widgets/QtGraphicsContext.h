@@ -1,10 +1,13 @@
 #pragma once
 
 #include "platform/GraphicsContext.h"
+#include "platform/widgets/RowFill.h"
+#include "platform/widgets/StripEdges.h"
 
 #include <QImage>
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace rewindle {
@@ -15,9 +18,11 @@ namespace rewindle {
 /// Real time: drawing after the first time on an image of a size allocates nothing.
 class QtGraphicsContext final : public GraphicsContext {
 public:
-    /// What follows is drawn into `image`, which shows `size` points from edge to edge. Requires: the format
-    /// ARGB32_Premultiplied; the image stays, and nobody else draws on it or copies it, until the drawing is done.
-    void begin(QImage& image, Size size);
+    /// What follows is drawn into `image`, which shows `size` points from edge to edge, until `end`: over what is there,
+    /// or over a backdrop of one opaque colour per row. Requires: the format ARGB32_Premultiplied; image and backdrop
+    /// stay, and nobody else draws on the image or copies it, until the end.
+    void begin(QImage& image, Size size, std::span<const std::uint32_t> backdrop = {});
+    void end();
 
     void saveState() override { saved_.push_back(state_); }
     void restoreState() override;
@@ -35,18 +40,11 @@ private:
         double dx = 0, dy = 0; // points
         Box clip;
     };
-    struct Rows {
-        int first = 0, end = 0;
-    };
     class Outline;
 
     [[nodiscard]] Box pixels(const Rect& rect) const;
     void prepareRamp(const VerticalGradient& gradient);
-    Rows addEdge(double y0, double y1, double width);
-    Rows addSlope(double top, double bottom, double width);
-    Rows addFlat(double y, double width);
-    void fillColumn(int x, Rows upper, Rows lower);
-    void fillCovered(std::uint32_t*& pixel, int row, int end, float& covered);
+    void endBlock(int block);
     [[nodiscard]] std::uint32_t* pixelAt(int x, int y) const;
 
     std::uint32_t* bits_ = nullptr;
@@ -55,7 +53,9 @@ private:
     State state_;
     std::vector<State> saved_;
 
-    std::vector<float> coverage_; // of one column of pixels: by how much each row is covered more than the one above
+    std::span<const std::uint32_t> backdrop_; // that is still to be drawn
+    StripEdges edges_;
+    RowFill rowFill_;
     VerticalGradient rampGradient_; // that `ramp_` was made for
     double rampTop_ = 0;
     std::vector<std::uint32_t> ramp_; // the gradient's colour in each row
