@@ -66,7 +66,7 @@ bool reportCpuPerFrame(const LoadSession& session, const LiveWindow& live, const
     const FrameCounter blits(static_cast<xcb_window_t>(std::stoul(blit.id(), nullptr, 0)));
     const FrameCounter::PixelSize blitSize{LiveWindow::kWidth * scale, LiveWindow::kHeight * scale};
     const auto file = session.folder() + "/music.wav";
-    save(std::getenv("NOISE") ? support::noise(kShortest + seconds + 10, 3) : music(kShortest + seconds + 10), file);
+    save(music(kShortest + seconds + 10), file);
     const Process player = session.play(file);
     if (!support::eventually([&] { return session.retainedSeconds() >= kShortest; }, kShortest + 5))
         throw std::runtime_error("the waveform is not full");
@@ -194,7 +194,6 @@ int measure(double seconds) {
     bool good = true;
     for (const int scale : {1, 2}) {
         good = reportDrawing(session, scale, seconds) && good;
-        if (std::getenv("ONLY_CPU")) continue; // TEMPORARY
         good = reportClock(session, scale, seconds) && good;
     }
     return good ? 0 : 1;
