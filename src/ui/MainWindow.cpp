@@ -4,11 +4,23 @@
 
 #include <QCloseEvent>
 #include <QShortcut>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 namespace rewindle {
 
 using namespace Qt::StringLiterals;
+namespace {
+
+void applyToToolTips(const NightfallTheme& theme) {
+    QPalette palette = QToolTip::palette();
+    palette.setColor(QPalette::All, QPalette::ToolTipBase, theme.palette().control);
+    palette.setColor(QPalette::All, QPalette::ToolTipText, theme.palette().text);
+    QToolTip::setPalette(palette);
+    QToolTip::setFont(NightfallTheme::font(NightfallText::caption));
+}
+
+} // namespace
 
 MainWindow::MainWindow(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
                        DefaultsStore& defaults, const NightfallTheme& theme, const Actions& actions)
@@ -28,6 +40,8 @@ MainWindow::MainWindow(AppSession& session, CaptureControl& control, const Wavef
     column->setContentsMargins(0, 0, 0, 0);
     column->addWidget(root_);
     addShortcuts();
+    connect(&theme, &NightfallTheme::changed, this, [&theme] { applyToToolTips(theme); });
+    applyToToolTips(theme);
 }
 
 MainWindow::~MainWindow() {

@@ -15,13 +15,14 @@ namespace {
 using namespace Qt::StringLiterals;
 using Metrics = NightfallMetrics;
 constexpr int kRefreshMs = 100;
+constexpr int kSavedIsNewsMs = 30'000;    // then how much is held is shown again
 constexpr int kLeastWidthForLevels = 640; // points; below, the words need the place more
 
 } // namespace
 
 WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
-                                       const std::shared_ptr<WindowAnimationDriver>& driver, const NightfallTheme& theme,
-                                       const Actions& actions)
+                                       const std::shared_ptr<WindowAnimationDriver>& driver,
+                                       const NightfallTheme& theme, const Actions& actions)
     : session_(session), saver_(waveform.saver), theme_(theme), actions_(actions),
       banner_(new NightfallBanner(theme)), levels_(new LevelFigures(theme)),
       waveform_(new WaveformViewRepresentable(session, *this, waveform, driver, theme)),
@@ -37,12 +38,18 @@ WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& cont
     column->addLayout(news);
     column->addWidget(waveform_, 1);
     column->addWidget(strip_);
-    setFocusProxy(waveform_);
     waveform_->view().onExportProgress = [this](double fraction) { onExportProgress(fraction); };
     waveform_->view().onExportFailure = [this](const auto& failure) { onExportFailure(failure); };
 
     refresh_ =
         new StatusRefresh(*this, control, kRefreshMs, [this](const CaptureStatus& status) { showStatus(status); });
+    savedIsOld_.setInterval(kSavedIsNewsMs);
+    connect(&savedIsOld_, &QTimer::timeout, this, [this] {
+        if (reveal_->hasFocus() || reveal_->underMouse()) return; // somebody is about to press it
+        savedIsOld_.stop();
+        saved_.reset();
+        showNotice();
+    });
     observe(driver);
     showLevelMeter();
     status_.durationSeconds = seconds(session.settingsManager().recordingDuration().get());
@@ -166,6 +173,7 @@ void WaveformWindowView::onSaved(const Result<std::filesystem::path, WaveformExp
     --savesUnderWay_;
     savedPercent_.reset();
     if (outcome) saved_ = outcome.value();
+    savedIsOld_.start();
     updateSaveButton();
     if (savesUnderWay_ == 0 && std::exchange(saveHadFocus_, false)) save_->setFocus();
 }

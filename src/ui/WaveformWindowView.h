@@ -11,6 +11,8 @@
 #include "ui/StatusRefresh.h"
 #include "ui/WaveformViewRepresentable.h"
 
+#include <QTimer>
+
 #include <optional>
 
 namespace rewindle {
@@ -58,6 +60,7 @@ private:
     std::optional<int> savedPercent_;            // of the clip that is being saved, when that takes long
     bool saveHadFocus_ = false;                  // when it was pressed: a disabled button cannot keep the keyboard
     std::optional<std::filesystem::path> saved_; // the clip that the notice is about
+    QTimer savedIsOld_;
     std::optional<std::string> exportErrorMessage_;
 
     StatusDot* dot_;
