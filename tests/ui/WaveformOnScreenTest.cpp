@@ -84,6 +84,11 @@ TEST_F(WaveformOnScreenTest, AudioComesInSmallPiecesOnlyWhileSomebodySeesIt) {
 
 TEST_F(WaveformOnScreenTest, KeysOfTheWindowAreTheWaveformsWhoeverHasThem) {
     EXPECT_TRUE(widget().hasFocus()) << "without a click";
+    for (const auto& name : {u"Pause live follow"_s, u"Save"_s, u"Settings"_s, QString()}) {
+        press(*mainWindow, Qt::Key_Tab);
+        EXPECT_TRUE(name.isEmpty() ? widget().hasFocus() : find<QPushButton>(*mainWindow, name).hasFocus())
+            << name.toStdString();
+    }
     press(*mainWindow, Qt::Key_Space);
     EXPECT_TRUE(freeze.frozen);
     auto& save = find<QPushButton>(*mainWindow, u"Save"_s);
