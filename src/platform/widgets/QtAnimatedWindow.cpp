@@ -86,10 +86,13 @@ QtAnimatedWindow::Sight QtAnimatedWindow::look() {
     Sight sight{.isExposed = isShown && handle_->isExposed(), .isMiniaturized = isMiniaturized()};
     sight.isOnScreen = sight.isOcclusionVisible = sight.isExposed;
     if (!stack_) return sight;
-    // The window with the keyboard counts as seen, and Qt tells when one that is not shown comes back.
-    stack_->watch(isShown && !sight.isMiniaturized && !isKey());
+    // From before the look on: a window that comes back may be mapped, and have the keyboard, while its state still says
+    // that it is hidden.
+    stack_->watch(isShown && !sight.isMiniaturized);
     view_ = isShown ? stack_->viewOf(static_cast<std::uint32_t>(handle_->winId())) : X11WindowStack::View{};
     sight.isOnScreen = sight.isExposed && view_.isOnScreen;
+    if (sight.isOnScreen && isKey())
+        stack_->watch(false); // with the keyboard it counts as seen; Qt tells when it goes
     sight.isOcclusionVisible = sight.isOnScreen && uncoveredShare(view_.frame, view_.above) > 0;
     return sight;
 }

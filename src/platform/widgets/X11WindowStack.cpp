@@ -102,7 +102,11 @@ X11WindowStack::View X11WindowStack::viewOf(std::uint32_t window) {
     const auto place = std::ranges::find(stack, window);
     const std::vector<std::uint32_t> above(place == stack.end() ? place : place + 1, stack.end());
 
-    if (watches_) watchProperties({above.begin(), above.end()}); // before they are asked: no change is missed
+    if (watches_) { // before they are asked: no change is missed
+        std::set<std::uint32_t> watched(above.begin(), above.end());
+        watched.insert(window);
+        watchProperties(std::move(watched));
+    }
     std::vector<Request> requests;
     std::ranges::transform(above, std::back_inserter(requests), [this](auto id) { return request(id); });
     const auto self = read(own, currentDesktop);
