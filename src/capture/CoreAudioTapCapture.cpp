@@ -160,6 +160,9 @@ void CoreAudioTapCapture::captureStarted() {
     reportedOutputDeviceUid_ = outputDeviceUid_;
     watcher_.attach();
     watcher_.refreshDataSourceListener();
+    // Nobody told of a device that became the default between the look for it and the first listener.
+    const auto device = hardware_.defaultOutputDevice();
+    if (device && device.value() != outputDeviceID_) scheduleCaptureRestart("default output device changed");
 }
 
 void CoreAudioTapCapture::tearDown() {

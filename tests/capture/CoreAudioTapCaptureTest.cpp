@@ -120,6 +120,18 @@ TEST_F(CoreAudioTapCaptureTest, ReportsTheDeviceAtTheStartAndWheneverAnotherOneT
     EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
 }
 
+TEST_F(CoreAudioTapCaptureTest, MovesToADeviceThatBecameTheDefaultBeforeThereWasAListener) {
+    hardware.onStart = [this] {
+        hardware.setDefaultDevice(kHeadphones);
+        hardware.fire(AudioProperty::defaultOutputDevice);
+    };
+    ASSERT_TRUE(start());
+    hardware.onStart = nullptr;
+    queues.runFor(1s);
+    EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
+    EXPECT_THAT(restarts(), ElementsAre("default output device changed 1"));
+}
+
 TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsCapture) {
     ASSERT_TRUE(start());
     hardware.addDevice(kDisplay, "display");

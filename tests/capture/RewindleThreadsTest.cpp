@@ -119,9 +119,10 @@ TEST_F(RewindleThreads, SurvivesRouteChangesFreezesGainsAndDurationsWhileAudioIs
     std::int64_t frames = 0;
     std::size_t round = 0;
     for (const auto device : {kHeadphones, kSpeakers, kHeadphones}) {
+        const int before = devicesSeen;
         hardware.setDefaultDevice(device);
         hardware.fire(AudioProperty::hardwareDevices);
-        for (const int before = devicesSeen; devicesSeen == before; ++round) {
+        for (; devicesSeen == before; ++round) {
             onInterface([&] {
                 engine->setFrozen(round % 3 == 0);
                 engine->setGain(static_cast<float>(round % 5), round % 2 == 0);
