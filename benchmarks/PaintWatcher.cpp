@@ -1,6 +1,6 @@
 #include "PaintWatcher.h"
 
-#include <algorithm>
+#include <cstring>
 #include <poll.h>
 #include <stdexcept>
 
@@ -30,13 +30,22 @@ void PaintWatcher::begin() {
     while (reports_.poll()) {
     }
     windows_.clear();
+    painted_ = XCB_WINDOW_NONE;
 }
 
 PaintWatcher::Time PaintWatcher::firstPaintedFrame() {
+    return waitUntil([this] { return painted_ != XCB_WINDOW_NONE; });
+}
+
+PaintWatcher::Time PaintWatcher::firstFrameWithLook(const Look& look) {
+    return waitUntil([&] { return painted_ != XCB_WINDOW_NONE && lookOf(painted_) == look; });
+}
+
+PaintWatcher::Time PaintWatcher::waitUntil(const std::function<bool()>& isReached) {
     const auto deadline = Clock::now() + 10s;
-    while (!isPainted()) {
+    while (!isReached()) {
         const auto event = nextEvent(deadline);
-        if (!event) throw std::runtime_error("no window was painted");
+        if (!event) throw std::runtime_error("the window was not painted");
         handle(*event);
     }
     return Clock::now();
@@ -57,17 +66,32 @@ void PaintWatcher::handle(const xcb_generic_event_t& event) {
     if (type == XCB_CREATE_NOTIFY) {
         const auto window = static_cast<const xcb_create_notify_event_t*>(bytes)->window;
         windows_[window] = {};
-        reports_.watch(window, XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
+        reports_.watch(window, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
     } else if (type == XCB_REPARENT_NOTIFY) {
-        windows_[static_cast<const xcb_reparent_notify_event_t*>(bytes)->window].isManaged = true;
+        const auto window = static_cast<const xcb_reparent_notify_event_t*>(bytes)->window;
+        windows_[window].isManaged = true;
+        if (windows_[window].isPainted) painted_ = window;
     } else if (const auto* const damage = reports_.damageOf(event)) {
-        windows_[damage->drawable].isPainted |= coversWindow(*damage);
+        auto& seen = windows_[damage->drawable];
+        seen.isPainted |= coversWindow(*damage);
+        if (seen.isManaged && seen.isPainted) painted_ = damage->drawable;
     }
 }
 
-bool PaintWatcher::isPainted() const {
-    return std::ranges::any_of(windows_,
-                               [](const auto& entry) { return entry.second.isManaged && entry.second.isPainted; });
+PaintWatcher::Look PaintWatcher::lookOf(xcb_window_t window) const {
+    auto* const connection = reports_.connection();
+    const DamageReports::Owned<xcb_get_geometry_reply_t> place(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
+    if (!place) return {};
+    const auto x = static_cast<std::int16_t>(place->width * 2 / 5);
+    const DamageReports::Owned<xcb_get_image_reply_t> image(xcb_get_image_reply(
+        connection,
+        xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, x, 0, 1, place->height, ~std::uint32_t{0}),
+        nullptr));
+    if (!image) return {};
+    Look look(static_cast<std::size_t>(xcb_get_image_data_length(image.get())) / sizeof(std::uint32_t));
+    std::memcpy(look.data(), xcb_get_image_data(image.get()), look.size() * sizeof(std::uint32_t));
+    return look;
 }
 
 } // namespace rewindle::bench

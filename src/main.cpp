@@ -6,7 +6,6 @@
 #include "platform/desktop/InstanceClient.h"
 #include "platform/desktop/StoredConsentProbe.h"
 #include "platform/widgets/FontPreload.h"
-#include "platform/widgets/ProgramIcon.h"
 #include "platform/widgets/QtGpuProbe.h"
 #include "program/DesktopProgram.h"
 #include "program/Environment.h"
@@ -50,7 +49,7 @@ void showMessage(char** argv, LogSink& log) {
     QtApplication::identify();
     int nameOnly = 1;
     const QApplication application(nameOnly, argv);
-    QGuiApplication::setWindowIcon(programIcon());
+    QtApplication::showIcon();
     JsonDefaultsStore defaults(JsonDefaultsStore::defaultFile(), Log(log, "Settings"));
     ThemeManager themes(defaults);
     const NightfallTheme theme(themes);

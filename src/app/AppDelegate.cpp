@@ -6,14 +6,17 @@ namespace rewindle {
 
 void AppDelegate::finishedLaunching(bool hidden) {
     services_.menuBar.installStatusItem();
-    if (!hidden) services_.mainWindow.show();
-    services_.mainQueue.async([this] {
-        isReadyToStop_ = true;
-        services_.session.begin();
-        services_.session.permission().reconcileOnLaunch([this] {
-            // Access may have been granted before the first start, by a command.
-            services_.session.permission().consentChanged();
-        });
+    if (hidden) return services_.mainQueue.async([this] { beginSession(); });
+    services_.mainWindow.show();
+    services_.mainWindow.mainWindow()->afterNextFrame([this] { beginSession(); });
+}
+
+void AppDelegate::beginSession() {
+    isReadyToStop_ = true;
+    services_.session.begin();
+    services_.session.permission().reconcileOnLaunch([this] {
+        // Access may have been granted before the first start, by a command.
+        services_.session.permission().consentChanged();
     });
 }
 

@@ -25,7 +25,8 @@ public:
     };
     explicit AppDelegate(const Services& services) : services_(services) {}
 
-    /// Status item, main window unless `hidden`, then, after a turn of the event loop, consent and capture.
+    /// Status item, main window unless `hidden`, then, from the event loop and behind the window's first frame,
+    /// consent and capture.
     void finishedLaunching(bool hidden);
     void becameActive();
     /// The user started the program again. True when its window was in front already and nothing was done.
@@ -38,6 +39,8 @@ public:
     void setQuitHook(std::function<void(std::function<void()>)> hook) { quitHook_ = std::move(hook); }
 
 private:
+    void beginSession();
+
     Services services_;
     std::function<void(std::function<void()>)> quitHook_;
     bool isReadyToStop_ = false; // launched far enough that there is something to stop

@@ -58,6 +58,10 @@ AudioCapturePermissionModel::AudioCapturePermissionModel(DefaultsStore& defaults
 
 AudioCapturePermissionModel::~AudioCapturePermissionModel() = default;
 
+bool AudioCapturePermissionModel::isPresumedGranted() const {
+    return isGranted() || (state_.get() == State::checking && operations_.preflight());
+}
+
 void AudioCapturePermissionModel::reconcileOnLaunch(Completion completion) {
     if (store_.hasCompletedFlow()) return startFreshProbe(std::move(completion));
     logger_.info("Onboarding not started; showing first-run permission UI.");

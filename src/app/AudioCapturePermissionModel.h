@@ -39,6 +39,9 @@ public:
 
     [[nodiscard]] const Observable<AudioCaptureAccessState>& state() const { return state_; }
     [[nodiscard]] bool isGranted() const { return state_.get() == AudioCaptureAccessState::granted; }
+    /// Granted, or about to be as far as this process can see by itself while it is `checking`. Tells what to show
+    /// meanwhile; capture waits for `isGranted`.
+    [[nodiscard]] bool isPresumedGranted() const;
     /// The last recheck that a user started found access still off.
     [[nodiscard]] const Observable<bool>& recheckFoundAccessStillOff() const { return recheckFoundAccessStillOff_; }
 

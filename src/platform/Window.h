@@ -25,6 +25,9 @@ public:
     virtual void orderOut() = 0;
     /// `completion` comes when the window has its usual size again; at once when it is not in full screen.
     virtual void leaveFullScreen(std::function<void()> completion) = 0;
+    /// Calls `work` from the event loop when the window has been drawn the next time, or a moment later when nobody
+    /// can see it: what can wait does not keep the user waiting for the window.
+    virtual void afterNextFrame(std::function<void()> work) = 0;
 
     /// The area of the window's screen, or else of the main screen, that panels leave free; none without a screen.
     [[nodiscard]] virtual std::optional<Rect> visibleFrame() const = 0;

@@ -71,6 +71,7 @@ void DesktopProgram::openMainWindow() {
     mainWindowHosting_.setMainWindow(mainQtWindow_.get());
     if (!isFirstEver && !mainGeometry_->isRestored()) mainWindowHosting_.applyDefaultFrame(false);
     mainQtWindow_->makeKeyAndOrderFront();
+    mainQtWindow_->afterNextFrame(&QtApplication::showIcon);
 }
 
 void DesktopProgram::closeMainWindow() {

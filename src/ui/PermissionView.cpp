@@ -91,6 +91,7 @@ void PermissionView::showState() {
     title_->setContent(isFirstRun ? u"Let rewindle listen"_s : u"System audio access is off"_s);
     text_->setContent(guidance(state, permission_.recheckFoundAccessStillOff().get()));
     setFocusProxy(isFirstRun ? allow_ : openSettings_);
+    if (isVisible() && !isAncestorOf(window()->focusWidget())) setFocus(); // there was nothing to focus before
 }
 
 } // namespace rewindle

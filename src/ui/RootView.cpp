@@ -65,7 +65,7 @@ QWidget* RootView::page() {
         if (isNew) connect(onboarding_, &OnboardingView::dismissed, this, [this] { dismissOnboarding(); });
         return onboarding_;
     }
-    if (session_.permission().isGranted()) return makeOnce(waveform_, makeWaveform_);
+    if (session_.permission().isPresumedGranted()) return makeOnce(waveform_, makeWaveform_);
     return makeOnce(permission_, [this] { return new PermissionView(session_.permission(), theme_); });
 }
 

@@ -124,7 +124,8 @@ void WaveformWindowView::observe(const std::shared_ptr<WindowAnimationDriver>& d
 
 void WaveformWindowView::showStatus(const CaptureStatus& status) {
     status_ = status;
-    const auto state = listeningState(status, session_.sampler().isRunning().get());
+    const bool isStarting = session_.permission().state().get() == AudioCaptureAccessState::checking;
+    const auto state = listeningState(status, isStarting || session_.sampler().isRunning().get());
     dot_->setState(state);
     state_->setContent(listeningText(state, status));
     levels_->setLevels(status.displayDb);

@@ -16,6 +16,7 @@ protected:
     }
     void launch(bool hidden = false) {
         delegate.finishedLaunching(hidden);
+        if (!hidden) window.onDrawn();
         settle();
     }
 
@@ -34,7 +35,9 @@ TEST_F(AppDelegateTest, LaunchShowsTheWindowAndThenCaptures) {
     delegate.finishedLaunching(false);
     EXPECT_EQ(statusItem.installs, 1);
     EXPECT_TRUE(window.inFront);
+    settle();
     EXPECT_FALSE(session->sampler().isRunning().get());
+    window.onDrawn();
     settle();
     EXPECT_TRUE(session->sampler().isRunning().get());
 }

@@ -19,6 +19,7 @@ public:
     void makeKeyAndOrderFront() override { visible = inFront = true; }
     void orderOut() override { visible = inFront = false; }
     void leaveFullScreen(std::function<void()> completion) override { onFullScreenLeft = std::move(completion); }
+    void afterNextFrame(std::function<void()> work) override { onDrawn = std::move(work); }
     [[nodiscard]] std::optional<Rect> visibleFrame() const override { return screen; }
     [[nodiscard]] Rect frameRectForContentRect(const Rect& content) const override {
         return {content.x - 2, content.y - 24, content.width + 4, content.height + 26};
@@ -40,7 +41,7 @@ public:
     std::optional<Rect> screen = Rect{0, 30, 1'000, 670};
     Rect frame;
     bool animated = false;
-    std::function<void()> onFullScreenLeft;
+    std::function<void()> onFullScreenLeft, onDrawn;
 };
 
 class FakeApplication final : public Application {

@@ -243,5 +243,24 @@ TEST_F(MainWindowTest, PermissionPageFollowsTheConsentAndLeadsToIt) {
     EXPECT_TRUE(view().isVisible());
 }
 
+TEST_F(MainWindowTest, ShowsTheMainScreenAtOnceWhenThisProcessSeesAccessAndTheOtherPageIfAFreshOneDoesNot) {
+    control.status.running = false;
+    makeSession(); // access is being checked
+    auto& window = openMainWindow();
+    EXPECT_TRUE(view().isVisible());
+    EXPECT_THAT(visibleTexts(window), Contains("Waiting for an output"));
+    EXPECT_FALSE(session->sampler().isRunning().get());
+    consent = AudioCaptureProbeOutcome::denied;
+    session->permission().reconcileOnLaunch();
+    EXPECT_THAT(visibleTexts(window), Contains("System audio access is off"));
+
+    mainWindow.reset();
+    makeSession();
+    auto& other = openMainWindow();
+    EXPECT_THAT(visibleTexts(other), Contains("One moment…"));
+    session->permission().reconcileOnLaunch();
+    EXPECT_EQ(other.focusWidget(), &find<QPushButton>(other, u"Open Settings"_s));
+}
+
 } // namespace
 } // namespace rewindle::test

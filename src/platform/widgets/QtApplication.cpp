@@ -15,8 +15,11 @@ void QtApplication::identify() {
     QGuiApplication::setDesktopFileName(id);
 }
 
-QtApplication::QtApplication() {
+void QtApplication::showIcon() {
     QGuiApplication::setWindowIcon(programIcon());
+}
+
+QtApplication::QtApplication() {
     QGuiApplication::setQuitOnLastWindowClosed(false);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive && onBecameActive_) onBecameActive_();

@@ -20,6 +20,8 @@ public:
     static void identify();
     QtApplication();
 
+    /// Gives the windows their icon, which takes longer to draw than most of them.
+    static void showIcon();
     /// Called whenever one of the program's windows gets the keyboard and none had it before.
     void setBecameActiveHandler(std::function<void()> handler) { onBecameActive_ = std::move(handler); }
 

@@ -16,6 +16,8 @@ namespace {
 constexpr auto kFrameAnimationTime = std::chrono::milliseconds(200);
 /// A window manager that does not resize a window when its state changes keeps nobody waiting longer.
 constexpr auto kSettleLimit = std::chrono::milliseconds(1'000);
+/// Many times what a window takes to appear on a desktop that is not busy.
+constexpr auto kFrameLimit = std::chrono::milliseconds(250);
 
 QRect toQRect(const Rect& rect) {
     return QRectF(rect.x, rect.y, rect.width, rect.height).toRect();
@@ -34,6 +36,8 @@ bool placesWindows() {
 QtWindow::QtWindow(QWidget& widget, WindowActivator& activator) : widget_(widget), activator_(activator) {
     widget_.installEventFilter(this);
     watchHandle();
+    drawing_.setSingleShot(true);
+    connect(&drawing_, &QTimer::timeout, this, &QtWindow::onDrawn);
     settling_.setSingleShot(true);
     connect(&settling_, &QTimer::timeout, this, &QtWindow::onSettled);
     animation_.setEasingCurve(QEasingCurve::OutCubic);
@@ -74,6 +78,16 @@ void QtWindow::leaveFullScreen(std::function<void()> completion) {
     onLeftFullScreen_.push_back(std::move(completion));
     if (!widget_.isFullScreen()) return; // on its way already
     leaveState(Qt::WindowFullScreen);
+}
+
+void QtWindow::afterNextFrame(std::function<void()> work) {
+    onDrawn_.push_back(std::move(work));
+    if (!drawing_.isActive()) drawing_.start(kFrameLimit);
+}
+
+void QtWindow::onDrawn() {
+    for (const auto& work : std::exchange(onDrawn_, {}))
+        work();
 }
 
 void QtWindow::leaveState(Qt::WindowState state) {
@@ -122,6 +136,9 @@ bool QtWindow::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::WinIdChange: watchHandle(); break;
     case QEvent::Hide:
         if (!widget_.isVisible()) isMapped_ = false; // not merely miniaturised
+        break;
+    case QEvent::Paint:
+        if (drawing_.isActive()) drawing_.start(0); // when it and all that is in it has been painted
         break;
     case QEvent::Resize:
         if (settling_.isActive()) settling_.start(0);

@@ -42,6 +42,7 @@ public:
     void makeKeyAndOrderFront() override;
     void orderOut() override;
     void leaveFullScreen(std::function<void()> completion) override;
+    void afterNextFrame(std::function<void()> work) override;
     [[nodiscard]] std::optional<Rect> visibleFrame() const override;
     [[nodiscard]] Rect frameRectForContentRect(const Rect& content) const override;
     void setFrame(const Rect& frame, bool animate) override;
@@ -58,6 +59,7 @@ private:
     void watchHandle();
     void leaveState(Qt::WindowState state);
     void onSettled();
+    void onDrawn();
     [[nodiscard]] QMargins borders() const;
     [[nodiscard]] QRect currentFrame() const;
     void moveFrame(const QRect& frame, bool animate);
@@ -68,7 +70,9 @@ private:
     WindowActivator& activator_;
     std::function<void()> onClose_;
     std::vector<std::function<void()>> onLeftFullScreen_; // not empty: on the way out of full screen
-    QTimer settling_;                                     // active until the desktop has carried out a change
+    std::vector<std::function<void()>> onDrawn_;
+    QTimer drawing_;  // active while somebody waits for a frame
+    QTimer settling_; // active until the desktop has carried out a change
     QVariantAnimation animation_;
     std::optional<PendingFrame> pendingFrame_; // waits for the window to have the borders that it will have
     QPointer<QWindow> handle_;                 // the one that is watched

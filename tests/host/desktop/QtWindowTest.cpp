@@ -67,6 +67,28 @@ TEST_F(QtWindowTest, FrameAskedForWhileTheWindowIsOnItsWayIsTaken) {
     EXPECT_TRUE(runUntil([&] { return isStrip(200); }));
 }
 
+TEST_F(QtWindowTest, WhatCanWaitComesBehindTheFirstFrameAndToAWindowThatNobodySees) {
+    class Painted final : public QWidget {
+    public:
+        explicit Painted(QWidget* parent) : QWidget(parent) { resize(500, 300); }
+        bool is = false;
+
+    protected:
+        void paintEvent(QPaintEvent*) override { is = true; }
+    };
+    const Painted contents(&widget);
+    std::vector<bool> calls; // was it drawn?
+    const auto note = [&] { calls.push_back(contents.is); };
+    widget.show();
+    window.afterNextFrame(note);
+    window.afterNextFrame(note);
+    EXPECT_TRUE(runUntil([&] { return calls == std::vector{true, true}; }));
+    window.orderOut();
+    window.afterNextFrame(note);
+    EXPECT_EQ(calls.size(), 2U);
+    EXPECT_TRUE(runUntil([&] { return calls.size() == 3; }));
+}
+
 TEST_F(QtWindowTest, ComesBackWhereItWas) {
     widget.move(200, 150);
     showAndWait();
@@ -153,6 +175,8 @@ TEST_F(QtWindowTest, ClosingIsLeftToTheHandler) {
 TEST_F(QtWindowTest, BelongsToTheDesktopEntry) {
     showAndWait();
     EXPECT_NE(desktop.property("rewindle", "WM_CLASS").find("\"com.rewindle.Rewindle\""), std::string::npos);
+    QtApplication::showIcon();
+    QApplication::processEvents();
     EXPECT_NE(desktop.property("rewindle", "_NET_WM_ICON").find("Icon"), std::string::npos);
 }
 
