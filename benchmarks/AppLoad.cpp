@@ -8,7 +8,6 @@
 #include "ProcessUsage.h"
 
 #include <cstdio>
-#include <exception>
 #include <stdexcept>
 #include <thread>
 
@@ -109,22 +108,17 @@ bool reportHidden(const LoadSession& session, double seconds) {
     return report("context switches, window hidden", median(switches), "x graph cycles", 1.5) && good;
 }
 
-int measure(double seconds) {
+bool measure(double seconds) {
     const LoadSession session({.display = true}, seconds + 10);
     session.passFirstStart();
     bool good = reportFirstFrame(session);
     good = reportShown(session) && good;
-    return reportHidden(session, seconds) && good ? 0 : 1;
+    return reportHidden(session, seconds) && good;
 }
 
 } // namespace
 } // namespace rewindle::bench
 
 int main(int argc, char** argv) {
-    try {
-        return rewindle::bench::measure(argc > 1 ? std::stod(argv[1]) : 60);
-    } catch (const std::exception& problem) {
-        std::fprintf(stderr, "app_load: %s\n", problem.what());
-        return 1;
-    }
+    return rewindle::bench::measureAsTold(argc, argv, rewindle::bench::measure);
 }

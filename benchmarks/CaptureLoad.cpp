@@ -15,7 +15,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <future>
 #include <stdexcept>
 #include <string>
@@ -30,7 +29,7 @@ using support::Process;
 
 int runLiveEngine();
 
-int measure(double seconds) {
+bool measure(double seconds) {
     const LoadSession session({}, seconds + 10);
     const std::string folder = session.folder();
     const Process program("exec " REWINDLE_BINARY " --headless --duration 300 2>" + folder + "/log");
@@ -64,7 +63,7 @@ int measure(double seconds) {
     recorder.end(); // it keeps the sink awake
     if (!support::eventually([&] { return session.state() == "suspended"; })) {
         std::printf("the sink does not suspend\n");
-        return 1;
+        return false;
     }
     double idleCpu = 0;
     for (const auto& row : watch({program.pid()}, seconds / 3))
@@ -72,7 +71,7 @@ int measure(double seconds) {
     good =
         report("CPU while nothing plays, the sink suspended", 3 * idleCpu / busyCpu, "x while a sine plays", 1.0) &&
         good;
-    return good && session.state() == "suspended" ? 0 : 1;
+    return good && session.state() == "suspended";
 }
 
 /// The engine alone, as a window that shows the live picture would drive it.
@@ -110,10 +109,5 @@ int runLiveEngine() {
 
 int main(int argc, char** argv) {
     if (argc > 1 && !std::strcmp(argv[1], "--live-engine")) return rewindle::bench::runLiveEngine();
-    try {
-        return rewindle::bench::measure(argc > 1 ? std::stod(argv[1]) : 60);
-    } catch (const std::exception& problem) {
-        std::fprintf(stderr, "capture_load: %s\n", problem.what());
-        return 1;
-    }
+    return rewindle::bench::measureAsTold(argc, argv, rewindle::bench::measure);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -84,6 +85,15 @@ bool report(const std::string& name, double value, const std::string& unit, doub
 
 bool reportAtLeast(const std::string& name, double value, const std::string& unit, double required) {
     return print(name, value, unit, "at least", required, value >= required ? "" : "TOO LITTLE");
+}
+
+int measureAsTold(int argc, char** argv, const std::function<bool(double seconds)>& measure) {
+    try {
+        return measure(argc > 1 ? std::stod(argv[1]) : 60) ? 0 : 1;
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], problem.what());
+        return 1;
+    }
 }
 
 } // namespace rewindle::bench

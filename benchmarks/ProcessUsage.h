@@ -32,4 +32,8 @@ bool report(const std::string& name, double value, const std::string& unit, doub
 /// The same for a figure that must be no less.
 bool reportAtLeast(const std::string& name, double value, const std::string& unit, double required);
 
+/// What `main` of a load returns: measures for as many seconds as its first argument says, 60 without one. `measure`
+/// returns whether all figures are good; what it throws is told on standard error.
+int measureAsTold(int argc, char** argv, const std::function<bool(double seconds)>& measure);
+
 } // namespace rewindle::bench

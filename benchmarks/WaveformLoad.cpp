@@ -9,7 +9,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <exception>
 #include <optional>
 #include <random>
 #include <stdexcept>
@@ -189,24 +188,19 @@ bool reportClock(const LoadSession& session, int scale, double seconds) {
     return reportHiddenWindows(session, live, seconds) && good;
 }
 
-int measure(double seconds) {
+bool measure(double seconds) {
     const LoadSession session({.display = true, .screen = kScreen}, seconds + 30);
     bool good = true;
     for (const int scale : {1, 2}) {
         good = reportDrawing(session, scale, seconds) && good;
         good = reportClock(session, scale, seconds) && good;
     }
-    return good ? 0 : 1;
+    return good;
 }
 
 } // namespace
 } // namespace rewindle::bench
 
 int main(int argc, char** argv) {
-    try {
-        return rewindle::bench::measure(argc > 1 ? std::stod(argv[1]) : 60);
-    } catch (const std::exception& problem) {
-        std::fprintf(stderr, "waveform_load: %s\n", problem.what());
-        return 1;
-    }
+    return rewindle::bench::measureAsTold(argc, argv, rewindle::bench::measure);
 }
