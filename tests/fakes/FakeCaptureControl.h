@@ -26,7 +26,11 @@ public:
         exports.push_back({std::nullopt, folder, std::move(reply)});
     }
     void setFrozen(bool frozen) override { status.frozen = frozen; }
-    void requestStatus(std::function<void(const CaptureStatus&)> reply) override { reply(status); }
+    void requestStatus(std::function<void(const CaptureStatus&)> reply) override {
+        ++requests;
+        if (isAnswering) return reply(status);
+        unanswered.push_back(std::move(reply));
+    }
     void setDuration(int seconds, std::function<void(Result<void>)> reply) override {
         if (!recordingDurationFromSeconds(seconds)) return reply(Error{0, "no such duration"});
         status.durationSeconds = seconds;
@@ -40,6 +44,9 @@ public:
     void quit() override { ++quits; }
 
     CaptureStatus status;
+    int requests = 0; // for it
+    bool isAnswering = true;
+    std::vector<std::function<void(const CaptureStatus&)>> unanswered;
     std::vector<Export> exports; // in the order of the requests
     int quits = 0;
 };

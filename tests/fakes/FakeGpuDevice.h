@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <concepts>
-#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -72,26 +71,21 @@ struct FakeGpuPipeline final : GpuPipeline {
     std::string name;
 };
 
-/// Notes each call; keeps the bytes of the last buffer, vertex bytes and fragment bytes of each input.
+/// Notes each call.
 class FakeGpuEncoder final : public GpuRenderEncoder {
 public:
     explicit FakeGpuEncoder(GpuRecord& record) : record_(record) {}
     void setPipeline(const GpuPipeline& pipeline) override {
         record_.note("pipeline ", dynamic_cast<const FakeGpuPipeline&>(pipeline).name);
     }
-    void setVertexBuffer(int index, const GpuBuffer& buffer, std::size_t offset, std::size_t length) override {
+    void setVertexBuffer(int index, const GpuBuffer&, std::size_t offset, std::size_t length) override {
         record_.note("vertex buffer ", index, ": ", length, " bytes at ", offset);
-        const auto& bytes = dynamic_cast<const FakeGpuBuffer&>(buffer).bytes;
-        const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
-        vertexInputs[index].assign(first, first + static_cast<std::ptrdiff_t>(length));
     }
     void setVertexBytes(int index, std::span<const std::byte> bytes) override {
         record_.note("vertex bytes ", index, ": ", bytes.size());
-        vertexInputs[index].assign(bytes.begin(), bytes.end());
     }
     void setFragmentBytes(int index, std::span<const std::byte> bytes) override {
         record_.note("fragment bytes ", index, ": ", bytes.size());
-        fragmentInputs[index].assign(bytes.begin(), bytes.end());
     }
     void setFragmentTexture(int index, const GpuTexture& texture, const GpuSampler&) override {
         record_.note("fragment texture ", index, ": ", texture.width(), "x", texture.height());
@@ -101,8 +95,6 @@ public:
                      firstVertex);
     }
     void endEncoding() override { record_.note("end"); }
-
-    std::map<int, std::vector<std::byte>> vertexInputs, fragmentInputs;
 
 private:
     GpuRecord& record_;

@@ -7,9 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <optional>
-#include <sstream>
 
 namespace rewindle::test {
 namespace {
@@ -48,26 +46,6 @@ protected:
         const auto area = desktop.area(title);
         desktop.click(title, area.width - 60, area.height - 36);
     }
-    [[nodiscard]] std::vector<Path> clips() const {
-        std::vector<Path> found;
-        std::error_code error;
-        for (const auto& entry : std::filesystem::directory_iterator(session.folder() / "home/Music/rewindle", error))
-            found.push_back(entry.path());
-        return found;
-    }
-    [[nodiscard]] std::string settings() const {
-        std::ifstream file(session.folder() / "config/rewindle/settings.json");
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
-    /// The colour in the corner of a window, as ImageMagick says it.
-    [[nodiscard]] std::string cornerColour(const std::string& title) const {
-        const auto picture = session.folder() / "corner.png";
-        desktop.saveScreenshot(picture, title);
-        return session.run("convert " + picture.string() + " -format '%[pixel:p{6,6}]' info:").output;
-    }
-
     const PrivateSession session{SessionParts{.display = true}};
     Desktop desktop{session};
 };
@@ -86,8 +64,8 @@ TEST_F(Application, FirstStartLeadsFromConsentToAClipAndRunsOnBehindItsStatusIte
     const auto sound = noise(0.5, 1);
     play(session, padded(sound));
     press(kWindow, "ctrl+s");
-    ASSERT_TRUE(eventually([&] { return clips().size() == 1 && clips()[0].extension() == ".wav"; }));
-    EXPECT_TRUE(find(sound, load(clips()[0])).has_value());
+    ASSERT_TRUE(eventually([&] { return clipsIn(session).size() == 1; }));
+    EXPECT_TRUE(find(sound, load(*clipsIn(session).begin())).has_value());
 
     press(kWindow, "alt+F4");
     expectGone(kWindow);
@@ -130,17 +108,11 @@ TEST_F(Application, SettingsActAtOnceFollowTheDeviceAndSurviveAnything) {
     session.session("default-sink", "speakers");
     EXPECT_TRUE(eventually([&] { return rewindle.status("gain_db") == gain; }));
 
-    const auto before = cornerColour(kSettings);
-    press(kSettings, "Tab Tab Tab Tab Left Left Left space"); // past the meter and the folder: daybreak
-    EXPECT_TRUE(eventually([&] { return settings().find("\"daybreak\"") != std::string::npos; })) << settings();
-    EXPECT_TRUE(eventually([&] { return cornerColour(kSettings) != before; }));
-
     rewindle.process().signal(SIGKILL);
     rewindle.process().wait();
     const auto again = start();
     EXPECT_EQ(again.status("duration_seconds"), "30");
     EXPECT_TRUE(eventually([&] { return again.status("gain_db") == gain; }));
-    EXPECT_NE(settings().find("\"daybreak\""), std::string::npos);
 }
 
 TEST_F(Application, NothingIsCapturedWithoutConsentAndItsWithdrawalCountsAtOnce) {

@@ -8,15 +8,12 @@
 #include "host/PrivateBus.h"
 #include "platform/desktop/DbusStatus.h"
 
-#include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusPendingReply>
-#include <QFile>
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <memory>
 
 namespace rewindle::test {
@@ -49,11 +46,8 @@ protected:
     }
 
     [[nodiscard]] QDBusPendingCall call(const char* method, const QVariantList& arguments = {}) const {
-        auto message = QDBusMessage::createMethodCall(
-            QString::fromLatin1(kControlBusName), QString::fromLatin1(kControlObjectPath),
-            QString::fromLatin1(kControlInterface), QString::fromLatin1(method));
-        message.setArguments(arguments);
-        return bus_.connect(clientName_).asyncCall(message);
+        return bus_.connect(clientName_)
+            .asyncCall(methodCall(kControlBusName, kControlObjectPath, kControlInterface, method, arguments));
     }
     /// The name of the error with which the call was refused; empty when it was not.
     [[nodiscard]] QString refusal(const char* method, const QVariantList& arguments) const {
@@ -77,8 +71,21 @@ protected:
         return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
                 QString::fromUtf8(process.readAllStandardError())};
     }
-    Ended run(const QStringList& words) { return ended(*type(words)); }
-    Ended run(const char* words) { return run(QString::fromUtf8(words).split(QLatin1Char(' '))); }
+    std::unique_ptr<QProcess> type(const char* words) {
+        return type(QString::fromUtf8(words).split(QLatin1Char(' ')));
+    }
+    template <class Words>
+    Ended run(const Words& words) {
+        return ended(*type(words));
+    }
+    /// Starts the program, which asks for a clip.
+    template <class Words>
+    std::unique_ptr<QProcess> typeExport(const Words& words) {
+        const auto before = control_.exports.size();
+        auto process = type(words);
+        EXPECT_TRUE(runUntil([&] { return control_.exports.size() > before; }));
+        return process;
+    }
     static void expectFailure(const Ended& end, ExitCode code, const char* part) {
         EXPECT_EQ(end.exitCode, static_cast<int>(code)) << end.error.toStdString();
         EXPECT_EQ(end.output, QString());
@@ -101,7 +108,7 @@ protected:
     std::unique_ptr<DbusControlService> service_;
 };
 
-TEST_F(DbusControlTest, CommandsReachTheInstanceAndSayNothingWhenDone) {
+TEST_F(DbusControlTest, CommandsReachTheOnlyInstanceAndSayNothingWhenDone) {
     expectDone(run("freeze"));
     EXPECT_TRUE(control_.status.frozen);
     expectDone(run("unfreeze"));
@@ -110,13 +117,12 @@ TEST_F(DbusControlTest, CommandsReachTheInstanceAndSayNothingWhenDone) {
     EXPECT_EQ(control_.status.durationSeconds, 45);
     expectDone(run("gain -6"));
     EXPECT_EQ(control_.status.gainDb, -6.0F);
+    expectFailure(run("--headless"), ExitCode::failed, "running already");
 }
 
 TEST_F(DbusControlTest, ExportWaitsForTheClipAndPrintsItsPath) {
-    const auto process = type({QStringLiteral("export"), QStringLiteral("--last"), QStringLiteral("30"),
-                               QStringLiteral("--folder"), QStringLiteral("my clips")});
-    ASSERT_TRUE(runUntil([&] { return !control_.exports.empty(); }));
-    const auto asked = control_.exports[0];
+    const auto process = typeExport(QStringLiteral("export,--last,30,--folder,my clips").split(QLatin1Char(',')));
+    const auto asked = control_.exports.at(0);
     EXPECT_EQ(asked.seconds, 30.0);
     EXPECT_EQ(asked.folder,
               (bus_.folder() + QStringLiteral("/my clips")).toStdString()); // absolute, by the caller
@@ -126,29 +132,25 @@ TEST_F(DbusControlTest, ExportWaitsForTheClipAndPrintsItsPath) {
 }
 
 TEST_F(DbusControlTest, ExportWithoutFolderLeavesTheChoiceToTheInstance) {
-    const auto process = type({QStringLiteral("export"), QStringLiteral("--all")});
-    ASSERT_TRUE(runUntil([&] { return !control_.exports.empty(); }));
-    EXPECT_EQ(control_.exports[0].seconds, std::nullopt);
+    const auto process = typeExport("export --all");
+    EXPECT_EQ(control_.exports.at(0).seconds, std::nullopt);
     EXPECT_TRUE(control_.exports[0].folder.empty());
     control_.exports[0].reply(Error{28, "Could not write the audio file: No space left on device"});
     expectFailure(ended(*process), ExitCode::failed, "Could not write the audio file: No space left on device\n");
 }
 
 TEST_F(DbusControlTest, ClientsThatWaitAtTheSameTimeEachGetTheirOwnAnswer) {
-    const auto slow = type({QStringLiteral("export"), QStringLiteral("--last"), QStringLiteral("10")});
-    ASSERT_TRUE(runUntil([&] { return control_.exports.size() == 1; }));
-    const auto quick = type({QStringLiteral("export"), QStringLiteral("--last"), QStringLiteral("20")});
-    ASSERT_TRUE(runUntil([&] { return control_.exports.size() == 2; }));
+    const auto slow = typeExport("export --last 10");
+    const auto quick = typeExport("export --last 20");
     expectDone(run("freeze")); // is not held up by them
-    control_.exports[1].reply(CaptureControl::Path("/20.wav"));
+    control_.exports.at(1).reply(CaptureControl::Path("/20.wav"));
     expectDone(ended(*quick), QStringLiteral("/20.wav\n"));
     control_.exports[0].reply(CaptureControl::Path("/10.wav"));
     expectDone(ended(*slow), QStringLiteral("/10.wav\n"));
 }
 
 TEST_F(DbusControlTest, ExportEndsWhenTheInstanceVanishesInTheMiddle) {
-    const auto process = type({QStringLiteral("export"), QStringLiteral("--all")});
-    ASSERT_TRUE(runUntil([&] { return !control_.exports.empty(); }));
+    const auto process = typeExport("export --all");
     service_.reset();
     control_.exports.clear();
     QDBusConnection::disconnectFromBus(serviceName_);
@@ -156,8 +158,7 @@ TEST_F(DbusControlTest, ExportEndsWhenTheInstanceVanishesInTheMiddle) {
 }
 
 TEST_F(DbusControlTest, ExportEndsWhenTheBusVanishesInTheMiddle) {
-    const auto process = type({QStringLiteral("export"), QStringLiteral("--all")});
-    ASSERT_TRUE(runUntil([&] { return !control_.exports.empty(); }));
+    const auto process = typeExport("export --all");
     bus_.stop();
     expectFailure(ended(*process), ExitCode::failed, "ended");
     EXPECT_TRUE(runUntil([&] { return log_.count("The session bus is gone") == 1; }));
@@ -181,7 +182,7 @@ TEST_F(DbusControlTest, StatusTellsEverythingThatTheInstanceKnows) {
 }
 
 TEST_F(DbusControlTest, QuitIsAnsweredWhenAnotherInstanceMayStart) {
-    const auto process = type({QStringLiteral("quit")});
+    const auto process = type("quit");
     ASSERT_TRUE(runUntil([&] { return control_.quits == 1; }));
     service_.reset();
     expectDone(ended(*process));
@@ -248,18 +249,14 @@ QStringList members(const QByteArray& introspection) {
 TEST_F(DbusControlTest, IsWhatTheIntrospectionFileSays) {
     QFile file(QStringLiteral(REWINDLE_INTROSPECTION_FILE));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    auto message = QDBusMessage::createMethodCall(
-        QString::fromLatin1(kControlBusName), QString::fromLatin1(kControlObjectPath),
-        QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect"));
-    const QDBusPendingReply<QString> live = bus_.connect(clientName_).asyncCall(message);
+    const QDBusPendingReply<QString> live =
+        bus_.connect(clientName_)
+            .asyncCall(
+                methodCall(kControlBusName, kControlObjectPath, "org.freedesktop.DBus.Introspectable", "Introspect"));
     ASSERT_TRUE(runUntil([&] { return live.isFinished(); }));
     const auto written = members(file.readAll());
     EXPECT_EQ(written.size(), 9) << written.join(QLatin1Char(' ')).toStdString();
     EXPECT_EQ(members(live.value().toUtf8()), written);
-}
-
-TEST_F(DbusControlTest, SecondInstanceSaysSoAndEnds) {
-    expectFailure(run("--headless"), ExitCode::failed, "running already");
 }
 
 TEST_F(DbusControlTest, CommandsNeverStartAnInstance) {
@@ -283,7 +280,7 @@ TEST_F(DbusControlTest, NonsenseIsRefusedWithoutAskingAnybody) {
     for (const char* words : {"duration 31", "gain loud", "export", "export --last 0", "bounce", "--headless now"}) {
         expectFailure(run(words), ExitCode::usage, "");
     }
-    expectFailure(run({QStringLiteral("two\nlines")}), ExitCode::usage, "two?lines");
+    expectFailure(run(QStringList{QStringLiteral("two\nlines")}), ExitCode::usage, "two?lines");
     EXPECT_EQ(control_.status.durationSeconds, 0);
 }
 
@@ -302,70 +299,21 @@ TEST_F(DbusControlTest, FullStandardOutputIsAFailure) {
     expectFailure(ended(process), ExitCode::failed, "standard output");
 }
 
-/// The whole program in a session without a sound server.
-class HeadlessProgramTest : public DbusControlTest {
-protected:
-    HeadlessProgramTest() {
-        service_.reset();
-        expectDone(run("grant"));
-    }
-
-    std::unique_ptr<QProcess> startHeadless(const QStringList& more = {}) {
-        said_.clear();
-        auto process = type(QStringList{QStringLiteral("--headless")} + more);
-        const auto* raw = process.get();
-        EXPECT_TRUE(runUntil([&] {
-            said_ += process->readAllStandardError();
-            // The start error comes when the program is at work in its event loop.
-            return said_.contains("Session] Failed") || raw->state() == QProcess::NotRunning;
-        })) << said_.toStdString();
-        return process;
-    }
-
-    QByteArray said_;
-};
-
-TEST_F(HeadlessProgramTest, AnswersCommandsWhileItWaitsForASoundServer) {
-    const auto process = startHeadless({QStringLiteral("--duration"), QStringLiteral("30")});
-    const auto status = run("status --json").output;
-    EXPECT_TRUE(status.contains(QLatin1String(R"("running": false)"))) << status.toStdString();
-    EXPECT_TRUE(status.contains(QLatin1String(R"("duration_seconds": 30)"))) << status.toStdString();
-    EXPECT_TRUE(status.contains(QLatin1String(R"("last_error": "Failed)"))) << status.toStdString();
-    expectFailure(run("export --last 5"), ExitCode::failed, "There is not enough audio to export.");
-    expectDone(run("duration 600"));
-    expectDone(run("gain 30"));
-    expectDone(run("freeze"));
-    const auto changed = run("status --json").output;
-    EXPECT_TRUE(changed.contains(QLatin1String(R"("frozen": true)"))) << changed.toStdString();
-    EXPECT_TRUE(changed.contains(QLatin1String(R"("duration_seconds": 600)"))) << changed.toStdString();
-    EXPECT_TRUE(changed.contains(QLatin1String(R"("gain_db": 20.000)"))) << changed.toStdString();
-    expectFailure(run("--headless"), ExitCode::failed, "running already");
-    expectDone(run("quit"));
-    EXPECT_EQ(ended(*process).exitCode, 0);
-}
-
-TEST_F(HeadlessProgramTest, StopsCleanlyOnEitherSignal) {
-    for (const int signal : {SIGINT, SIGTERM}) {
-        const auto process = startHeadless();
-        kill(static_cast<pid_t>(process->processId()), signal);
-        EXPECT_EQ(ended(*process).exitCode, 0) << signal;
-        expectFailure(run("status"), ExitCode::noInstance, "no instance is running");
-    }
-}
-
-TEST_F(HeadlessProgramTest, RunsWithoutABusAndSaysSoOnce) {
+TEST_F(DbusControlTest, TheProgramRunsWithoutABusAndSaysSoOnce) {
+    service_.reset();
+    expectDone(run("grant"));
     environment_.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
-    const auto process = startHeadless();
+    const auto process = type("--headless");
+    QByteArray said;
+    EXPECT_TRUE(runUntil([&] {
+        said += process->readAllStandardError();
+        // The start error, of which there is one without a sound server, comes from the event loop.
+        return said.contains("Session] Failed") || process->state() == QProcess::NotRunning;
+    })) << said.toStdString();
     process->terminate();
     EXPECT_EQ(ended(*process).exitCode, 0);
-    EXPECT_EQ(said_.count("There is no session bus"), 1) << said_.toStdString();
+    EXPECT_EQ(said.count("There is no session bus"), 1) << said.toStdString();
 }
 
 } // namespace
 } // namespace rewindle::test
-
-int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

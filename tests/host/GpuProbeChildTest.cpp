@@ -4,13 +4,12 @@
 #include "render/GpuProbe.h"
 #include "support/PrivateSession.h"
 
+#include "host/HostFiles.h"
 #include "platform/TemporaryFolder.h"
 
 #include <QImage>
 
-#include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <map>
 
 namespace rewindle::test {
@@ -22,13 +21,6 @@ namespace fs = std::filesystem;
 std::optional<GpuProbeAnswer> probeHere() {
     const auto line = QtGpuProbeHost(fs::read_symlink("/proc/self/exe"), std::chrono::seconds(20)).runProbeChild();
     return line ? answerFromProbeLine(*line) : std::nullopt;
-}
-
-fs::path script(const TemporaryFolder& folder, const std::string& text) {
-    const auto path = folder.path / "child";
-    std::ofstream(path) << "#!/bin/sh\n" << text << "\n";
-    fs::permissions(path, fs::perms::owner_all);
-    return path;
 }
 
 TEST(GpuProbeChild, FindsSoftwareOnAnXServerWithoutAGpu) {
@@ -54,10 +46,10 @@ TEST(GpuProbeChild, GivesNoAnswerWhenItFails) {
         return QtGpuProbeHost(program, longestRun).runProbeChild();
     };
     using namespace std::chrono_literals;
-    EXPECT_EQ(run(script(folder, "echo \"$1\""), 20s), "--gpu-probe\n");
-    EXPECT_EQ(run(script(folder, "echo hardware gl X; kill -SEGV $$"), 20s), std::nullopt);
-    EXPECT_EQ(run(script(folder, "echo hardware gl X; exit 1"), 20s), std::nullopt);
-    EXPECT_EQ(run(script(folder, "echo hardware gl X; exec sleep 600"), 100ms), std::nullopt);
+    EXPECT_EQ(run(script(folder.path / "child", "echo \"$1\""), 20s), "--gpu-probe\n");
+    EXPECT_EQ(run(script(folder.path / "child", "echo hardware gl X; kill -SEGV $$"), 20s), std::nullopt);
+    EXPECT_EQ(run(script(folder.path / "child", "echo hardware gl X; exit 1"), 20s), std::nullopt);
+    EXPECT_EQ(run(script(folder.path / "child", "echo hardware gl X; exec sleep 600"), 100ms), std::nullopt);
     EXPECT_EQ(run(folder.path / "missing", 20s), std::nullopt);
 }
 

@@ -4,15 +4,16 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <unistd.h>
 
 namespace rewindle::test {
 
-inline std::string contentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+/// A program that is these commands of a shell.
+inline std::filesystem::path script(const std::filesystem::path& file, const std::string& commands) {
+    std::ofstream(file) << "#!/bin/sh\n" << commands << "\n";
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    return file;
 }
 
 /// While it lives, this process has no more rights than an ordinary user, who owns `folder`.

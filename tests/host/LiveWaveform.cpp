@@ -90,10 +90,14 @@ void LiveWaveform::run(RecorderStart how) {
     rewindle.emplace(session, how);
 }
 
-void LiveWaveform::start(const std::string& variables) {
-    run({.variables = variables});
+void LiveWaveform::awaitWindow() {
     window = desktop.window(title);
     ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == title; }));
+}
+
+void LiveWaveform::start(const std::string& variables) {
+    run({.variables = variables});
+    awaitWindow();
     waitForCapture(*rewindle);
 }
 
@@ -114,6 +118,10 @@ std::vector<ClockRow> LiveWaveform::clockRows() const {
 Picture LiveWaveform::look() const {
     const auto png = session.folder() / "waveform.png";
     desktop.saveScreenshot(png, title);
+    return lookAt(png);
+}
+
+Picture LiveWaveform::lookAt(const Path& png) const {
     std::istringstream size(session.run("identify -format '%w %h' " + png.string()).output);
     Picture picture;
     size >> picture.width >> picture.height;
@@ -148,25 +156,16 @@ std::string LiveWaveform::to(double x) const {
            std::to_string(mouseRow) + ' ';
 }
 
-void LiveWaveform::drag(double from, double to_, int button) const {
-    const auto number = std::to_string(button) + " ";
-    mouse(to(from) + "mousedown " + number + to((from + to_) / 2) + to(to_) + "mouseup " + number);
-}
-
-std::set<Path> LiveWaveform::clips() const {
-    std::set<Path> found;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(session.folder() / "home/Music/rewindle", error))
-        if (entry.path().extension() == ".wav") found.insert(entry.path());
-    return found;
+std::string LiveWaveform::dragging(double from, double to_) const {
+    return to(from) + "mousedown 1 " + to((from + to_) / 2) + to(to_) + "mouseup 1 ";
 }
 
 Sound LiveWaveform::save() const {
-    const auto before = clips();
+    const auto before = clipsIn(session);
     desktop.press("ctrl+s");
     std::optional<Path> clip;
     if (!eventually([&] {
-            for (const auto& path : clips())
+            for (const auto& path : clipsIn(session))
                 if (!before.contains(path)) clip = path;
             return clip.has_value();
         }))

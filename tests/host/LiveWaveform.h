@@ -8,7 +8,6 @@
 
 #include <array>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -61,11 +60,14 @@ protected:
     explicit LiveWaveform(const SessionParts& parts = {.display = true}, std::string title = kWindow);
     /// Starts the program.
     void run(RecorderStart how = {});
+    /// Waits until its window has the keyboard.
+    void awaitWindow();
     /// Starts the program and waits until its window has the keyboard and it captures.
     void start(const std::string& variables = {});
     /// What its frame clock has done so far.
     std::vector<ClockRow> clockRows() const;
     Picture look() const;
+    Picture lookAt(const Path& png) const;
     /// Once it has come to rest; the place of the waveform is that of an earlier look.
     Picture lookAtRest() const;
     /// What `xdotool` understands: "mousedown 1", "key Left", and all of it in one line.
@@ -73,9 +75,9 @@ protected:
     /// A move, over when the window has been told of what was pressed before: the window manager looks at each press
     /// first, and keys overtake the mouse meanwhile. It never ends where it begins, for which nobody would wait.
     [[nodiscard]] std::string to(double x) const;
-    void drag(double from, double to_, int button = 1) const;
+    [[nodiscard]] std::string dragging(double from, double to_) const;
+    void drag(double from, double to_) const { mouse(dragging(from, to_)); }
 
-    std::set<Path> clips() const;
     /// What Ctrl+S saves now.
     Sound save() const;
     /// Waits until the program is frozen.

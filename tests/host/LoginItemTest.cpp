@@ -30,11 +30,8 @@ protected:
     /// A program that writes down how it was called.
     [[nodiscard]] Path programIn(const Path& folder) const {
         std::filesystem::create_directories(folder);
-        std::ofstream(folder / "rewindle")
-            << "#!/bin/sh\nprintf '%s|%s' \"$0\" \"$*\" > '" << called_.native() << "'.new\nmv '" << called_.native()
-            << "'.new '" << called_.native() << "'\n";
-        std::filesystem::permissions(folder / "rewindle", std::filesystem::perms::owner_all);
-        return folder / "rewindle";
+        const auto called = "'" + called_.native() + "'", part = called + ".new";
+        return script(folder / "rewindle", "printf '%s|%s' \"$0\" \"$*\" >" + part + " && mv " + part + " " + called);
     }
 
     TemporaryFolder folder_;

@@ -30,6 +30,14 @@ inline bool runUntil(const std::function<bool()>& done) {
     return true;
 }
 
+inline QDBusMessage methodCall(const char* service, const char* path, const char* interface, const char* method,
+                               const QVariantList& arguments = {}) {
+    auto message = QDBusMessage::createMethodCall(QString::fromLatin1(service), QString::fromLatin1(path),
+                                                  QString::fromLatin1(interface), QString::fromLatin1(method));
+    message.setArguments(arguments);
+    return message;
+}
+
 /// A message bus of its own for one test, with everything it needs in a folder of its own.
 class PrivateBus {
 public:
@@ -59,9 +67,7 @@ public:
         file.write("[D-BUS Service]\nName=" + name.toUtf8() + "\nExec=" + commandLine.toUtf8() + "\n");
         file.close();
         auto bus = connect(QStringLiteral("reload"));
-        bus.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
-                                                QStringLiteral("org.freedesktop.DBus"),
-                                                QStringLiteral("ReloadConfig")));
+        bus.call(methodCall("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "ReloadConfig"));
         EXPECT_TRUE(bus.interface()->activatableServiceNames().value().contains(name));
         QDBusConnection::disconnectFromBus(QStringLiteral("reload"));
     }

@@ -1,11 +1,11 @@
 #include "platform/desktop/QtProcessLauncher.h"
 
+#include "host/HostFiles.h"
 #include "host/PrivateBus.h"
 #include "platform/TemporaryFolder.h"
 
 #include <cerrno>
 #include <csignal>
-#include <fstream>
 
 namespace rewindle::test {
 namespace {
@@ -14,12 +14,6 @@ using Path = std::filesystem::path;
 
 class ProcessLauncherTest : public testing::Test {
 protected:
-    [[nodiscard]] Path script(const std::string& name, const std::string& commands) const {
-        auto path = folder_.path / name;
-        std::ofstream(path) << "#!/bin/sh\n" << commands << "\n";
-        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-        return path;
-    }
     [[nodiscard]] Result<int> outcome(const Path& program, const std::string& argument) {
         std::optional<Result<int>> got;
         launcher_.run(program, argument, [&](Result<int> outcome) { got = std::move(outcome); });
@@ -33,17 +27,17 @@ protected:
 };
 
 TEST_F(ProcessLauncherTest, RepliesWithTheExitStatusOrTheReason) {
-    const auto exits = script("exits", "echo on standard output; exit $1");
+    const auto exits = script(folder_.path / "exits", "echo on standard output; exit $1");
     for (const int status : {0, 1, 2, 3, 255})
         EXPECT_EQ(outcome(exits, std::to_string(status)).value(), status);
-    EXPECT_EQ(outcome(script("spaces", "test \"$1\" = 'a  $b' && test $# = 1"), "a  $b").value(), 0);
-    EXPECT_FALSE(outcome(script("dies", "kill -9 $$"), "").ok());
+    EXPECT_EQ(outcome(script(folder_.path / "spaces", "test \"$1\" = 'a  $b' && test $# = 1"), "a  $b").value(), 0);
+    EXPECT_FALSE(outcome(script(folder_.path / "dies", "kill -9 $$"), "").ok());
     EXPECT_FALSE(outcome(folder_.path / "missing", "").ok());
 }
 
 TEST_F(ProcessLauncherTest, KillsAProcessThatTakesTooLong) {
     const auto pidFile = folder_.path / "pid";
-    const auto hangs = script("hangs", "trap '' TERM; echo $$ > \"$1\"; exec sleep 1000");
+    const auto hangs = script(folder_.path / "hangs", "trap '' TERM; echo $$ > \"$1\"; exec sleep 1000");
     EXPECT_EQ(outcome(hangs, pidFile.native()).error().code, ETIMEDOUT);
     pid_t pid = 0;
     std::ifstream(pidFile) >> pid;
@@ -53,7 +47,7 @@ TEST_F(ProcessLauncherTest, KillsAProcessThatTakesTooLong) {
 
 TEST_F(ProcessLauncherTest, FindsItsOwnFileOrTheOneThatTookItsPlace) {
     EXPECT_TRUE(std::filesystem::equivalent(launcher_.executable().value(), "/proc/self/exe"));
-    const auto there = script("there", "");
+    const auto there = script(folder_.path / "there", "");
     std::ofstream(folder_.path / "text") << "no program";
     EXPECT_EQ(executableBehind(there), there);
     EXPECT_EQ(executableBehind(there.native() + " (deleted)"), there);

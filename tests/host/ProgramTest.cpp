@@ -4,10 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <sys/mount.h>
 #include <thread>
 
 namespace rewindle::test {
@@ -17,15 +15,6 @@ TEST(Program, EveryCommandDoesWhatItSaysAndAnswersByItsExitCode) {
     const PrivateSession session;
     session.addDefaultSink("out");
     const auto rewindle = [&](const std::string& arguments) { return session.run(REWINDLE_BINARY " " + arguments); };
-
-    for (const std::string command :
-         {"status", "status --json", "export --last 5", "freeze", "unfreeze", "duration 300", "gain -6", "quit"}) {
-        SCOPED_TRACE(command);
-        const auto result = rewindle(command);
-        EXPECT_EQ(result.exitCode, 3);
-        EXPECT_EQ(result.output, "");
-        EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
-    }
 
     Recorder recorder(session, "--duration 60");
     EXPECT_EQ(recorder.status("duration_seconds"), "60");
@@ -107,59 +96,6 @@ TEST(Program, ExportsDurationChangesAndOverlappingCopiesLoseNoFrame) {
     EXPECT_EQ(exported, 8);
     EXPECT_TRUE(find(sound, recorder.retained()));
     EXPECT_EQ(recorder.status("overruns"), "0");
-}
-
-TEST(Program, AFreezeDuringAnExportTakesEffectAndHoldsAfterIt) {
-    const PrivateSession session;
-    session.addDefaultSink("out");
-    const Recorder recorder(session, "--duration 600");
-    const auto sound = noise(8, 5);
-    auto player = startPlaying(session, padded(sound));
-    ASSERT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
-    Process exporting("exec " REWINDLE_BINARY " export --all --folder " + session.folder().string() + " >/dev/null");
-    EXPECT_EQ(recorder.command("freeze").exitCode, 0);
-    EXPECT_EQ(exporting.wait(), 0);
-    const auto frozenAt = recorder.totalFrames();
-    const auto held = recorder.retained();
-    player.wait();
-    EXPECT_EQ(recorder.totalFrames(), frozenAt) << "the export ended the freeze";
-    EXPECT_EQ(recorder.retained().samples, held.samples);
-    EXPECT_EQ(recorder.command("unfreeze").exitCode, 0);
-    EXPECT_TRUE(eventually([&] { return recorder.totalFrames() > frozenAt; }));
-}
-
-TEST(Program, AnExportThatCannotBeWrittenSaysWhyAndLeavesNothingBehind) {
-    const PrivateSession session;
-    session.addDefaultSink("out");
-    const Recorder recorder(session);
-    const auto sound = noise(1, 4);
-    play(session, padded(sound));
-    const Path full = session.folder() / "full";
-    const Path readOnly = session.folder() / "read-only";
-    std::filesystem::create_directories(full);
-    std::filesystem::create_directories(readOnly);
-    if (mount("tmpfs", full.c_str(), "tmpfs", 0, "size=64k") != 0 ||
-        mount("tmpfs", readOnly.c_str(), "tmpfs", MS_RDONLY, nullptr) != 0) {
-        GTEST_SKIP() << "needs the right to mount a small file system";
-    }
-    std::ignore = session.run("touch " + (session.folder() / "file").string());
-    struct Case {
-        Path folder;
-        std::string message;
-    };
-    for (const Case& test : {Case{full, "No space left on device"}, Case{readOnly, "Read-only file system"},
-                             Case{session.folder() / "none/clips", "No such file or directory"},
-                             Case{session.folder() / "file", "Not a directory"}}) {
-        SCOPED_TRACE(test.folder);
-        const auto result = recorder.command("export --all --folder " + test.folder.string());
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(result.output, "");
-        EXPECT_EQ(result.errors, "rewindle: Could not write the audio file: " + test.message + "\n");
-    }
-    EXPECT_TRUE(std::filesystem::is_empty(full)) << "a part of a clip was left";
-    umount2(full.c_str(), MNT_DETACH);
-    umount2(readOnly.c_str(), MNT_DETACH);
-    EXPECT_TRUE(find(sound, recorder.retained()));
 }
 
 } // namespace

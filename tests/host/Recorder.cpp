@@ -1,10 +1,10 @@
 #include "host/Recorder.h"
 
-#include <fstream>
+#include "platform/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 #include <iostream>
 #include <regex>
-#include <sstream>
 #include <stdexcept>
 
 namespace rewindle::test {
@@ -66,10 +66,7 @@ Sound Recorder::exported(const std::string& arguments) const {
 }
 
 std::string Recorder::log() const {
-    std::ifstream file(logFile_);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return contentOf(logFile_);
 }
 
 int Recorder::logCount(const std::string& part) const {
@@ -78,6 +75,14 @@ int Recorder::logCount(const std::string& part) const {
     for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
         ++count;
     return count;
+}
+
+std::set<Path> clipsIn(const PrivateSession& session) {
+    std::set<Path> found;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(session.folder() / "home/Music/rewindle", error))
+        if (entry.path().extension() == ".wav") found.insert(entry.path());
+    return found;
 }
 
 void waitForCapture(const Recorder& recorder) {

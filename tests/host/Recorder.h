@@ -3,6 +3,7 @@
 #include "support/PrivateSession.h"
 #include "support/Sound.h"
 
+#include <set>
 #include <string>
 
 namespace rewindle::test {
@@ -55,6 +56,8 @@ private:
 /// Waits until capture has gone on for half a second from now, past the fade-in of a restart that is just
 /// over.
 void waitForCapture(const Recorder& recorder);
+/// The clips in the folder that they go to by default.
+[[nodiscard]] std::set<Path> clipsIn(const PrivateSession& session);
 /// Plays a sound with a stock client, from its start to its end.
 void play(const PrivateSession& session, const Sound& sound, const std::string& options = {});
 /// The same in the background.

@@ -43,30 +43,38 @@ void expectFadeIn(const Sound& clip, std::size_t cut, const Sound& after) {
 // The session manager would have a player follow the default.
 const std::string kStays = "-P '{ node.dont-reconnect=true }' --target ";
 
+/// A program with two outputs to choose from, on each of which something else is heard.
+struct TwoSounds {
+    TwoSounds(const PrivateSession& session, const Recorder& recorder)
+        : player(startPlaying(session, padded(onFirst), kStays + "first")),
+          other(startPlaying(session, padded(onSecond), kStays + "second")) {
+        EXPECT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
+        EXPECT_TRUE(eventually([&] { return session.session("state", "second") == "running"; }));
+        waitForCapture(recorder);
+        before = recorder.retained();
+        framesBefore = recorder.totalFrames();
+    }
+    Sound onFirst = noise(8, 1), onSecond = noise(8, 2), before;
+    Process player, other;
+    std::int64_t framesBefore = 0;
+};
+
 TEST(Route, SwitchingTheDefaultSinkWhileSoundPlaysLeavesOneSoftSeam) {
     const PrivateSession session;
     session.addDefaultSink("first");
     session.session("add-sink", "second");
     const Recorder recorder(session);
-    const auto onFirst = noise(8, 1);
-    const auto onSecond = noise(8, 2);
-    auto player = startPlaying(session, padded(onFirst), kStays + "first");
-    auto other = startPlaying(session, padded(onSecond), kStays + "second");
-    ASSERT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
-    ASSERT_TRUE(eventually([&] { return session.session("state", "second") == "running"; }));
-    waitForCapture(recorder);
-    const auto before = recorder.retained();
-    const auto framesBefore = recorder.totalFrames();
+    TwoSounds sounds(session, recorder);
     session.session("default-sink", "second");
     ASSERT_TRUE(eventually([&] { return recorder.status("device_uid") == "second" && recorder.isCapturing(); }));
-    player.wait();
-    other.wait();
+    sounds.player.wait();
+    sounds.other.wait();
     const auto clip = recorder.retained();
-    EXPECT_GT(recorder.totalFrames(), framesBefore);
-    EXPECT_EQ(find(before, clip), 0U) << "earlier audio was touched";
-    const auto cut = expectFadeOut(clip, onFirst);
+    EXPECT_GT(recorder.totalFrames(), sounds.framesBefore);
+    EXPECT_EQ(find(sounds.before, clip), 0U) << "earlier audio was touched";
+    const auto cut = expectFadeOut(clip, sounds.onFirst);
     ASSERT_TRUE(cut);
-    expectFadeIn(clip, *cut, onSecond);
+    expectFadeIn(clip, *cut, sounds.onSecond);
     EXPECT_EQ(
         recorder.logCount("Output route changed (default output device changed); restarting capture (attempt 1)."),
         1);
@@ -79,28 +87,20 @@ TEST(Route, CaptureMovesOnWhenTheActiveSinkIsUnpluggedAndIgnoresOtherSinks) {
     session.addDefaultSink("first");
     const Recorder recorder(session);
     session.session("add-sink", "third");
-    const auto onFirst = noise(6, 5);
-    const auto onSecond = noise(6, 6);
-    auto player = startPlaying(session, padded(onFirst), kStays + "first");
-    auto other = startPlaying(session, padded(onSecond), kStays + "second");
-    ASSERT_TRUE(eventually([&] { return std::stod(recorder.status("left_hold_db")) > -20; }));
-    ASSERT_TRUE(eventually([&] { return session.session("state", "second") == "running"; }));
+    TwoSounds sounds(session, recorder);
     ASSERT_TRUE(eventually([&] { return recorder.logCount("nothing relevant moved; not restarting.") > 0; }));
     EXPECT_EQ(recorder.logCount("restarting capture"), 0);
-    waitForCapture(recorder);
-    const auto before = recorder.retained();
-    const auto framesBefore = recorder.totalFrames();
     session.session("remove", "first");
     // The session manager's next choice is either of the two that are left.
     ASSERT_TRUE(eventually([&] { return recorder.isCapturing() && recorder.status("device_uid") != "first"; }));
-    EXPECT_GE(recorder.totalFrames(), framesBefore);
-    player.end();
-    other.wait();
+    EXPECT_GE(recorder.totalFrames(), sounds.framesBefore);
+    sounds.player.end();
+    sounds.other.wait();
     const auto clip = recorder.retained();
-    EXPECT_EQ(find(before, clip), 0U) << "earlier audio was touched";
-    const auto cut = expectFadeOut(clip, onFirst);
+    EXPECT_EQ(find(sounds.before, clip), 0U) << "earlier audio was touched";
+    const auto cut = expectFadeOut(clip, sounds.onFirst);
     ASSERT_TRUE(cut);
-    if (recorder.status("device_uid") == "second") expectFadeIn(clip, *cut, onSecond);
+    if (recorder.status("device_uid") == "second") expectFadeIn(clip, *cut, sounds.onSecond);
 }
 
 TEST(Route, CaptureComesBackWhenTheServerIsKilledAndStartsAgain) {

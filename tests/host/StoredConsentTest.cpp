@@ -6,8 +6,6 @@
 #include "platform/TemporaryFolder.h"
 #include "platform/desktop/StoredConsentProbe.h"
 
-#include <QDBusPendingReply>
-
 #include <csignal>
 #include <fstream>
 
@@ -19,11 +17,11 @@ using Answer = std::optional<bool>;
 using Path = std::filesystem::path;
 
 constexpr auto kService = kAudioCaptureConsent;
+const QString kTable = QStringLiteral("devices"), kEntry = QStringLiteral("speakers");
 
 /// The record and the desktop's real permission store, which a private bus starts when it is asked.
 class StoredConsentTest : public testing::Test {
 protected:
-    StoredConsentTest() = default;
     ~StoredConsentTest() override {
         consent_.reset();
         for (const auto& name : {QStringLiteral("own"), QStringLiteral("other")})
@@ -42,19 +40,14 @@ protected:
 
     /// As other programs do it.
     QDBusMessage callStore(const char* method, const QVariantList& arguments) {
-        auto message = QDBusMessage::createMethodCall(
-            QString::fromLatin1(portal::kBusName), QString::fromLatin1(portal::kObjectPath),
-            QString::fromLatin1(portal::kInterface), QString::fromLatin1(method));
-        message.setArguments(arguments);
-        return bus_.connect(QStringLiteral("other")).call(message);
+        return bus_.connect(QStringLiteral("other"))
+            .call(methodCall(portal::kBusName, portal::kObjectPath, portal::kInterface, method, arguments));
     }
     void setPortal(Answer granted, const char* application = portal::kApplication) {
-        const QVariantList entry{QStringLiteral("devices"), QStringLiteral("speakers")};
         const auto name = QString::fromLatin1(application);
-        const auto reply = granted ? callStore("SetPermission",
-                                               {entry[0], true, entry[1], name,
-                                                QStringList{*granted ? QStringLiteral("yes") : QStringLiteral("no")}})
-                                   : callStore("DeletePermission", {entry[0], entry[1], name});
+        const QStringList answer{granted.value_or(false) ? QStringLiteral("yes") : QStringLiteral("no")};
+        const auto reply = granted ? callStore("SetPermission", {kTable, true, kEntry, name, answer})
+                                   : callStore("DeletePermission", {kTable, kEntry, name});
         EXPECT_TRUE(!granted || reply.type() == QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
     }
     void setRecord(Answer granted) {
@@ -109,8 +102,7 @@ TEST_F(StoredConsentTest, AnAnswerIsStoredInBothPlacesAndOutlivesTheStore) {
         EXPECT_EQ(record().read(), granted);
         ::kill(storePid(), SIGKILL);
         EXPECT_TRUE(runUntil([&] { // the bus may not know yet that it is dead
-            const auto reply = callStore("Lookup", {QStringLiteral("devices"), QStringLiteral("speakers")});
-            return portal::entryInReply(reply) == portal::Entry{granted};
+            return portal::entryInReply(callStore("Lookup", {kTable, kEntry})) == portal::Entry{granted};
         }));
         EXPECT_TRUE(runUntil([&] { return consent.preflight(kService) == (granted ? 0 : 1); }));
     }
@@ -184,10 +176,7 @@ TEST_F(StoredConsentTest, AStoreThatCannotBeStartedLeavesTheRecordAloneUntilItCa
     EXPECT_EQ(consent_->preflight(kService), 0);
 
     QFile::remove(bus_.folder() + QStringLiteral("/dbus-1/services/") + name + QStringLiteral(".service"));
-    EXPECT_TRUE(runUntil([&] {
-        return callStore("Lookup", {QStringLiteral("devices"), QStringLiteral("speakers")}).type() ==
-               QDBusMessage::ReplyMessage;
-    }));
+    EXPECT_TRUE(runUntil([&] { return callStore("Lookup", {kTable, kEntry}).type() == QDBusMessage::ReplyMessage; }));
     EXPECT_TRUE(becomes(1)); // what it has kept counts again
 }
 

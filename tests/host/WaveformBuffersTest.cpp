@@ -56,8 +56,7 @@ TEST_F(WaveformBuffers, ShortLongFrozenAndEmptyOnesAreShownAndSavedAsTheyAre) {
     ASSERT_TRUE(eventually([&] { return rewindle->totalFrames() > 40'000; }));
     freeze();
     ASSERT_EQ(rewindle->command("").exitCode, 0);
-    window = desktop.window(kWindow);
-    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
+    awaitWindow();
     const auto held = kept.frames();
     const auto frames = static_cast<double>(held);
     width = desktop.area(kWindow).width;
@@ -74,11 +73,10 @@ TEST_F(WaveformBuffers, ShortLongFrozenAndEmptyOnesAreShownAndSavedAsTheyAre) {
     EXPECT_EQ(save().frames(), kept.frames());
 
     rewindle.reset();
-    const auto before = clips();
+    const auto before = clipsIn(session);
     session.session("remove", "speakers");
     run({.capturing = false});
-    window = desktop.window(kWindow);
-    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
+    awaitWindow();
     desktop.press("ctrl+s Home End Left ctrl+a ctrl+equal ctrl+s");
     drag(300, 700);
     desktop.press("ctrl+s ctrl+c space Escape Escape");
@@ -86,7 +84,7 @@ TEST_F(WaveformBuffers, ShortLongFrozenAndEmptyOnesAreShownAndSavedAsTheyAre) {
     EXPECT_EQ(rewindle->totalFrames(), 0);
     session.addDefaultSink("speakers");
     EXPECT_TRUE(eventually([&] { return look().head > 0; }));
-    EXPECT_EQ(clips(), before) << "nothing was saved";
+    EXPECT_EQ(clipsIn(session), before) << "nothing was saved";
     freeze();
     EXPECT_EQ(save().frames(), kept.frames());
 }

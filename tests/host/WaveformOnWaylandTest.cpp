@@ -77,8 +77,7 @@ TEST_P(WaveformOnWayland, FollowsAtTheScreensPaceAndRestsWhenItIsPaused) {
 
     EXPECT_EQ(rewindle->command("unfreeze").exitCode, 0);
     player.end();
-    window = desktop.window(title);
-    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == title; }));
+    awaitWindow();
     playAndPause();
     const auto first = lookAtRest().nextBlock(0);
     ASSERT_TRUE(first);

@@ -35,9 +35,7 @@ protected:
     }
     std::string at(double x) const { return to(base + x); }
     std::string clicked(double x) const { return at(x) + "click 1 " + at(x + 1); }
-    std::string dragged(double from, double to_) const {
-        return at(from) + "mousedown 1 " + at((from + to_) / 2) + at(to_) + "mouseup 1 ";
-    }
+    std::string dragged(double from, double to_) const { return dragging(base + from, base + to_); }
     /// What is left of the first frame that is held, in points.
     void findAxis() { left = select(base + 300, base + 700).first / framesPerPixel - 300; }
     /// Another window takes the keyboard. It has long been away before a hand is back at this one.

@@ -42,6 +42,10 @@ private:
 };
 
 using MakePlayground = std::unique_ptr<Playground> (*)();
+template <class T>
+std::unique_ptr<Playground> make() {
+    return std::make_unique<T>();
+}
 
 class FileSystemContractTest : public testing::TestWithParam<MakePlayground> {
 protected:
@@ -75,7 +79,7 @@ TEST_P(FileSystemContractTest, MakesFoldersWithAllAboveThemButNotThroughAFile) {
     }
 }
 
-TEST_P(FileSystemContractTest, RenamesAFileButNeverOverAnother) {
+TEST_P(FileSystemContractTest, RenamesAFileButNeverOverAnotherAndDoesNotMindToRemoveAMissingOne) {
     playground->makeFile(folder / "a");
     playground->makeFile(folder / "b");
     EXPECT_EQ(files.renameWithoutReplacing(folder / "a", folder / "b").error(), systemError(std::errc::file_exists));
@@ -85,27 +89,19 @@ TEST_P(FileSystemContractTest, RenamesAFileButNeverOverAnother) {
     EXPECT_TRUE(files.exists(folder / "c"));
     EXPECT_EQ(files.renameWithoutReplacing(folder / "a", folder / "d").error(),
               systemError(std::errc::no_such_file_or_directory));
+    EXPECT_TRUE(files.remove(folder / "a").ok());
+    EXPECT_TRUE(files.remove(folder / "b").ok());
+    EXPECT_FALSE(files.exists(folder / "b"));
 }
 
-TEST_P(FileSystemContractTest, RemovesAFileAndDoesNotMindAMissingOne) {
-    playground->makeFile(folder / "a");
-    EXPECT_TRUE(files.remove(folder / "a").ok());
-    EXPECT_FALSE(files.exists(folder / "a"));
-    EXPECT_TRUE(files.remove(folder / "a").ok());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, FileSystemContractTest,
-    testing::Values([]() -> std::unique_ptr<Playground> { return std::make_unique<FakePlayground>(); },
-                    []() -> std::unique_ptr<Playground> { return std::make_unique<HostPlayground>(); }),
-    [](const auto& param) { return param.index == 0 ? "Fake" : "Host"; });
+INSTANTIATE_TEST_SUITE_P(All, FileSystemContractTest, testing::Values(&make<FakePlayground>, &make<HostPlayground>),
+                         [](const auto& param) { return param.index == 0 ? "Fake" : "Host"; });
 
 TEST(PosixFileSystemTest, ANameIsTakenByALinkThatLeadsNowhere) {
     const TemporaryFolder folder;
     const PosixFileSystem files(UserFolders{folder.path, folder.path});
     std::filesystem::create_symlink(folder.path / "nowhere", folder.path / "link");
     EXPECT_TRUE(files.exists(folder.path / "link"));
-    EXPECT_FALSE(files.isDirectory(folder.path / "link"));
 }
 
 TEST(PosixFileSystemTest, TheMusicFolderIsReadFromTheUsersConfigurationEachTime) {

@@ -33,20 +33,12 @@ struct Picture {
                                [](std::byte value) { return std::to_integer<int>(value); });
         return pixel;
     }
-    /// How many pixels of a column are covered in the rows [from, to), counted by their alpha.
-    [[nodiscard]] double coverage(int x, int from, int to) const {
+    /// How many pixels of a column are covered, counted by their alpha.
+    [[nodiscard]] double coverage(int x) const {
         double sum = 0;
-        for (int y = from; y < to; ++y)
+        for (int y = 0; y < height; ++y)
             sum += at(x, y)[3] / 255.0;
         return sum;
-    }
-    [[nodiscard]] double coverage(int x) const { return coverage(x, 0, height); }
-    /// Rows above the first that is at least half covered.
-    [[nodiscard]] int top(int x) const {
-        int y = 0;
-        while (y < height && at(x, y)[3] < 128)
-            ++y;
-        return y;
     }
 };
 

@@ -4,15 +4,10 @@
 #include "render/TextureBuilders.h"
 
 #include <cmath>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace rewindle::test {
 namespace {
-
-using testing::ElementsAre;
-constexpr float kGap = std::numeric_limits<float>::quiet_NaN();
-constexpr Pixel kNothing{0, 0, 0, 0};
 
 /// A GPU that is never done before somebody waits for it.
 struct SlowFences {
@@ -52,7 +47,6 @@ protected:
         return OffscreenRenderer::draw(frame, minima, maxima);
     }
 
-    FrameDump dump{"frame.png", clock, image};
     WaveformFrame frame = redFrame();
 };
 
@@ -67,75 +61,6 @@ struct Sound {
     }
     Columns minima, maxima;
 };
-
-TEST_P(OpenGLRenderTest, FillsEachColumnFromItsMaximumToItsMinimumAtAnyPixelScale) {
-    const Sound sound(102);
-    for (const int scale : {1, 2, 3}) {
-        SCOPED_TRACE(scale);
-        setTarget(200 * scale, 100 * scale);
-        const Picture picture = draw(sound.minima, sound.maxima);
-        for (std::size_t i = 1; i < 100; ++i) {
-            SCOPED_TRACE(i);
-            const int x = static_cast<int>((2 * static_cast<double>(i) + 0.5) * scale);
-            const double high = 45.0 * sound.maxima[i], low = 45.0 * sound.minima[i];
-            EXPECT_NEAR(picture.top(x), scale * (50 - high), 1);
-            EXPECT_NEAR(picture.coverage(x), scale * (high - low), 1);
-        }
-    }
-}
-
-TEST_P(OpenGLRenderTest, ShiftsColumnsLeftByTheFraction) {
-    Columns step(102, 0.0F);
-    std::fill(step.begin() + 50, step.end(), 1.0F); // x = 100.5 before the shift
-    frame.fractionPoints = 0.75;
-    const Picture picture = draw(Columns(102, 0.0F), step);
-    EXPECT_NEAR(picture.coverage(99), 45, 1);
-    EXPECT_LT(picture.coverage(96), 1);
-}
-
-TEST_P(OpenGLRenderTest, LeavesGapsAndLoneColumnsEmptyAndClear) {
-    Columns columns(102, 1.0F);
-    for (const std::size_t gap : {10U, 12U, 50U})
-        columns[gap] = kGap; // column 11 is alone
-    const Picture picture = draw(columns, Columns(102, 0.0F));
-    EXPECT_GT(picture.coverage(10), 40);
-    for (int x = 19; x <= 25; ++x)
-        EXPECT_EQ(picture.coverage(x), 0) << x;
-    EXPECT_GT(picture.coverage(97), 40);
-    EXPECT_EQ(picture.coverage(100), 0);
-    EXPECT_GT(picture.coverage(103), 40);
-    EXPECT_EQ(picture.at(100, 50), kNothing);
-}
-
-TEST_P(OpenGLRenderTest, GradientRunsFromTheFirstColorAtItsStartToTheSecondAtItsEnd) {
-    frame.useGradient = true;
-    frame.gradStart = {100, 10};
-    frame.gradEnd = {100, 90};
-    frame.gradColor0 = {1, 0, 0, 1};
-    frame.gradColor1 = {0, 0, 1, 0.5};
-    const Picture picture = draw(Columns(102, -1.0F), Columns(102, 1.0F));
-    const auto expectNear = [&](int y, const Pixel& expected) {
-        for (std::size_t i = 0; i < 4; ++i)
-            EXPECT_NEAR(picture.at(100, y)[i], expected[i], 3) << y;
-    };
-    expectNear(6, {255, 0, 0, 255});
-    expectNear(50, {127, 0, 64, 191});
-    expectNear(94, {0, 0, 128, 128});
-}
-
-TEST_P(OpenGLRenderTest, OverlaysLieOverTheEnvelopeAndKeepTheirTransparency) {
-    frame.overlays = {{{20, 0, 40, 100}, {0, 1, 0, 0.5}}, {{40, 0, 40, 100}, {0, 0, 1, 1}}};
-    const Picture picture = draw(Columns(102, -0.5F), Columns(102, 0.5F));
-    EXPECT_EQ(picture.at(150, 5), kNothing);
-    EXPECT_EQ(picture.at(150, 50), (Pixel{255, 0, 0, 255}));
-    EXPECT_THAT(picture.at(30, 5), ElementsAre(0, testing::AllOf(testing::Ge(127), testing::Le(128)), 0,
-                                               testing::AllOf(testing::Ge(127), testing::Le(128))));
-    EXPECT_THAT(picture.at(30, 50), ElementsAre(testing::AllOf(testing::Ge(127), testing::Le(128)),
-                                                testing::AllOf(testing::Ge(127), testing::Le(128)), 0, 255));
-    EXPECT_EQ(picture.at(50, 50), (Pixel{0, 0, 255, 255}));
-    EXPECT_EQ(picture.at(19, 5), kNothing);
-    EXPECT_EQ(picture.at(80, 5), kNothing);
-}
 
 TEST_P(OpenGLRenderTest, DrawsWindowsOf7680PointsAndMoreColumnsThanATextureIsWide) {
     frame.viewport = {7680, 100};
@@ -202,14 +127,16 @@ TEST_P(OpenGLRenderTest, DrawsTheSameWhateverOthersLeftInTheContextAndLeavesNoth
     EXPECT_EQ(takeGlError(*gl), static_cast<GLenum>(GL_NO_ERROR));
 }
 
-TEST_P(OpenGLRenderTest, DumpsFramesUpright) {
+TEST_P(OpenGLRenderTest, DumpsFramesUprightAndInTheirColours) {
+    FrameDump dump("frame.png", clock, image);
     WaveformMetalRenderer dumping(*core, dump);
     frame.overlays = {{{0, 0, 200, 10}, {0, 0, 1, 1}}};
-    dumping.render(frame, {}, {}, layer);
+    dumping.render(frame, Columns(102, -0.5F), Columns(102, 0.5F), layer);
     dump.releaseTexture();
     EXPECT_EQ(image.kept.width, 200);
     EXPECT_EQ(image.kept.at(100, 5), (Pixel{0, 0, 255, 255}));
-    EXPECT_EQ(image.kept.at(100, 95), kNothing);
+    EXPECT_EQ(image.kept.at(100, 50), (Pixel{255, 0, 0, 255}));
+    EXPECT_EQ(image.kept.at(100, 95), (Pixel{0, 0, 0, 0}));
 }
 
 TEST_P(OpenGLRenderTest, DrawsTexturesUprightAndRampsPremultiplied) {

@@ -3,15 +3,11 @@
 #include "base/SystemError.h"
 #include "platform/TemporaryFolder.h"
 
-#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <limits>
 
 namespace rewindle::test {
@@ -19,26 +15,11 @@ namespace {
 
 using Path = std::filesystem::path;
 
-std::string contentOf(const Path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 template <class T>
 T valueAt(const std::string& bytes, std::size_t offset) {
     T value{};
     std::memcpy(&value, bytes.data() + offset, sizeof value);
     return value;
-}
-
-/// Runs a command and returns what it printed; nothing when it failed.
-std::string outputOf(const std::string& command) {
-    std::FILE* pipe = ::popen((command + " 2>&1").c_str(), "r"); // NOLINT: paths of our own
-    std::string text;
-    std::array<char, 4096> part{};
-    for (std::size_t n = 0; (n = std::fread(part.data(), 1, part.size(), pipe)) > 0;)
-        text.append(part.data(), n);
-    return ::pclose(pipe) == 0 ? text : std::string();
 }
 
 class SndfileWriterTest : public testing::Test {
@@ -106,39 +87,6 @@ TEST_F(SndfileWriterTest, NeverWritesOverAFileAndNamesTheReasonOfEveryFailure) {
     ASSERT_FALSE(missing.ok());
     EXPECT_EQ(missing.error(), systemError(std::errc::no_such_file_or_directory));
 }
-
-struct Reader {
-    const char* program;
-    const char* command;            // followed by the clip
-    std::vector<const char*> facts; // what it must print
-};
-
-class ClipReaderTest : public SndfileWriterTest, public testing::WithParamInterface<Reader> {};
-
-TEST_P(ClipReaderTest, OtherProgramsReadTheClip) {
-    const Reader& reader = GetParam();
-    if (outputOf(std::string("command -v ") + reader.program).empty())
-        GTEST_SKIP() << reader.program << " is missing";
-    fill(48'000);
-    ASSERT_TRUE(write().ok());
-    const std::string text = outputOf(reader.command + (" '" + path.string() + "'"));
-    for (const char* fact : reader.facts)
-        EXPECT_NE(text.find(fact), std::string::npos) << fact << " in:\n" << text;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Programs, ClipReaderTest,
-    testing::Values(
-        Reader{"sndfile-info",
-               "sndfile-info",
-               {"Sample Rate : 48000", "Frames      : 48000", "Channels    : 2", "WAVE_FORMAT_IEEE_FLOAT"}},
-        Reader{"sox",
-               "sox --info",
-               {"Channels       : 2", "Sample Rate    : 48000", "= 48000 samples", "32-bit Floating Point PCM"}},
-        Reader{"ffprobe", "ffprobe -hide_banner", {"pcm_f32le", "48000 Hz, 2 channels", "00:00:01.00"}}),
-    [](const auto& param) { return param.index == 1   ? "Sox"
-                                   : param.index == 2 ? "Ffprobe"
-                                                      : "SndfileInfo"; });
 
 } // namespace
 } // namespace rewindle::test

@@ -3,7 +3,6 @@
 #include "fakes/CapturingLogSink.h"
 #include "fakes/FakeDefaultsStore.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace rewindle::test {

@@ -1,7 +1,5 @@
 #include "ui/UiFixture.h"
 
-#include <QPointer>
-
 namespace rewindle::test {
 namespace {
 
@@ -45,20 +43,15 @@ protected:
     }
 };
 
-TEST_F(MainWindowTest, ClosingAsksForTheWindowToBeHiddenAndLeavesItThere) {
-    auto& window = openMainWindow();
-    EXPECT_FALSE(window.close());
-    EXPECT_TRUE(window.isVisible());
-    EXPECT_THAT(told, ElementsAre("close"));
-}
-
-TEST_F(MainWindowTest, KeysOpenSettingsSaveAndQuit) {
+TEST_F(MainWindowTest, KeysOpenSettingsSaveAndQuitAndClosingOnlyAsksForIt) {
     auto& window = openMainWindow();
     press(window, Qt::Key_Comma, Qt::ControlModifier);
     press(window, Qt::Key_Q, Qt::ControlModifier);
     press(window, Qt::Key_S, Qt::ControlModifier);
-    EXPECT_THAT(told, ElementsAre("settings", "quit"));
     EXPECT_THAT(outlets.saves, ElementsAre(std::nullopt));
+    EXPECT_FALSE(window.close());
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_THAT(told, ElementsAre("settings", "quit", "close"));
 }
 
 TEST_F(MainWindowTest, StatusIsAskedForOnlyWhileItCanBeSeen) {

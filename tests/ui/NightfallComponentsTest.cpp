@@ -4,7 +4,6 @@
 #include "ui/NightfallToggle.h"
 #include "ui/UiFixture.h"
 
-#include <QAbstractButton>
 #include <QAccessible>
 #include <QImage>
 #include <QPointer>

@@ -15,29 +15,6 @@
 
 namespace rewindle::test {
 
-/// Capture whose status the test writes, and that counts how often it was asked for it.
-class CountingCaptureControl final : public CaptureControl {
-public:
-    void exportLast(double, const Path&, ExportReply) override {}
-    void exportAll(const Path&, ExportReply) override {}
-    void setFrozen(bool) override {}
-    void requestStatus(std::function<void(const CaptureStatus&)> reply) override {
-        ++requests;
-        if (isAnswering)
-            reply(status);
-        else
-            unanswered.push_back(std::move(reply));
-    }
-    void setDuration(int, std::function<void(Result<void>)>) override {}
-    Result<void> setGain(double) override { return {}; }
-    void quit() override {}
-
-    CaptureStatus status;
-    std::vector<std::function<void(const CaptureStatus&)>> unanswered;
-    bool isAnswering = true;
-    int requests = 0;
-};
-
 /// A session of which somebody looks at the windows.
 class UiFixture : public SessionFixture {
 protected:
@@ -77,6 +54,20 @@ protected:
         if (!theme) theme.emplace(session->themeManager());
     }
 
+    // The waveform in the main window
+    WaveformViewRepresentable& waveformWidget() { return mainWindow->rootView().waveformWindowView()->waveform(); }
+    void tick() {
+        queues.clock.advance(std::chrono::seconds(1));
+        waveformWidget().view().displayLinkTick();
+        QApplication::processEvents();
+    }
+    void hear(const std::vector<float>& samples) {
+        hardware.play(samples, samples);
+        settle();
+        session->sampler().drain([] {});
+        settle();
+    }
+
     /// The visible widget of that type with that accessible name or text; the test fails when there is none.
     template <class Widget>
     static Widget& find(const QWidget& window, const QString& name) {
@@ -99,7 +90,7 @@ protected:
         QApplication::processEvents();
     }
 
-    CountingCaptureControl control;
+    FakeCaptureControl control;
     Actions actions;
     std::vector<std::string> told;
     ManualTimers timers;

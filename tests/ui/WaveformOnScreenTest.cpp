@@ -17,23 +17,15 @@ protected:
         openMainWindow();
         tick();
     }
-    /// A second of it, at that level.
-    void play(float level) {
-        std::vector<float> square(48'000, level);
+    /// That much of it at that level, of which every column is full.
+    void play(float level, std::size_t frames = 48'000) {
+        std::vector<float> square(frames, level);
         for (std::size_t i = 0; i < square.size(); i += 2)
             square[i] = -level;
-        hardware.play(square, square);
-        settle();
-        session->sampler().drain([] {});
-        settle();
+        hear(square);
     }
-    WaveformViewRepresentable& widget() { return mainWindow->rootView().waveformWindowView()->waveform(); }
+    WaveformViewRepresentable& widget() { return waveformWidget(); }
     [[nodiscard]] const WaveformEditor& editor() { return widget().view().editor(); }
-    void tick() {
-        queues.clock.advance(1s);
-        widget().view().displayLinkTick();
-        QApplication::processEvents();
-    }
     void click(int x) { QTest::mouseClick(&widget(), Qt::LeftButton, {}, {x, 50}); }
     QColor pixel(const QImage& picture, int x, int y) {
         const auto place = widget().mapTo(mainWindow->window(), QPoint(x, y)) * mainWindow->devicePixelRatioF();
@@ -56,15 +48,8 @@ TEST_F(WaveformOnScreenTest, TheSoundIsDrawnWhereItBelongsInTheColoursOfTheTheme
 }
 
 TEST_F(WaveformOnScreenTest, SoundThatIsOutOfAllBoundsFillsThePicture) {
-    for (const float most : {std::numeric_limits<float>::infinity(), 3e38F}) {
-        std::vector<float> broken(24'000, most);
-        for (std::size_t i = 0; i < broken.size(); i += 2)
-            broken[i] = -most;
-        hardware.play(broken, broken);
-        settle();
-    }
-    session->sampler().drain([] {});
-    settle();
+    for (const float most : {std::numeric_limits<float>::infinity(), 3e38F})
+        play(most, 24'000);
     tick();
     const QImage picture = mainWindow->grab().toImage();
     const int head = static_cast<int>(editor().axis().x(editor().timeline().renderedHeadFrame));
@@ -176,6 +161,25 @@ TEST_F(WaveformOnScreenTest, WheelsCountStepsTouchpadsPixelsAndShiftTurnsThem) {
         EXPECT_EQ(scroll.hasPreciseDeltas, precise);
         EXPECT_EQ(scroll.modifiers.command, modifiers.testFlag(Qt::ControlModifier));
     }
+}
+
+TEST_F(WaveformOnScreenTest, TheMiddleButtonDragsTheSoundAndAWheelToTheSideMovesIt) {
+    for (int i = 0; i < 10; ++i)
+        widget().view().zoomIn();
+    tick();
+    const double held = editor().axis().frame(100);
+    QTest::mousePress(&widget(), Qt::MiddleButton, {}, {100, 50});
+    QTest::mouseMove(&widget(), {150, 50});
+    EXPECT_NEAR(editor().axis().frame(150), held, 1e-3);
+    QTest::mouseRelease(&widget(), Qt::MiddleButton, {}, {150, 50});
+    QTest::mouseMove(&widget(), {200, 50});
+    EXPECT_NEAR(editor().axis().frame(150), held, 1e-3);
+    EXPECT_FALSE(editor().marks().hasMarks());
+    const auto aim = [&] { return editor().axis().x(editor().timeline().viewStartFrameTarget); };
+    const double before = aim();
+    QWheelEvent wheel({400, 50}, {400, 50}, {}, {120, 0}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&widget(), &wheel);
+    EXPECT_NEAR(aim(), before - 10, 1e-6);
 }
 
 TEST_F(WaveformOnScreenTest, PinchingZoomsAboutTheFingers) {

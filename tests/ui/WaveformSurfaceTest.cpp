@@ -14,7 +14,6 @@ namespace rewindle::test {
 namespace {
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 constexpr QSize kSize{620, 200};
 
@@ -32,11 +31,8 @@ protected:
             const double level = std::pow(std::sin(i * 0.06), 2) * (0.6 + 0.4 * std::sin(i * 1.7));
             for (std::size_t k = 0; k < samples.size(); ++k)
                 samples[k] = static_cast<float>(level * std::sin(static_cast<double>(k) * 0.11));
-            hardware.play(samples, samples);
-            settle();
+            hear(samples);
         }
-        session->sampler().drain([] {});
-        settle();
         freeze.frozen = true;
         flat = lookAtTwoDimensions(false);
         flatMarked = lookAtTwoDimensions(true);
@@ -75,12 +71,7 @@ protected:
         press(*mainWindow, Qt::Key_Right);
         tick();
     }
-    void tick() {
-        queues.clock.advance(1s);
-        widget().view().displayLinkTick();
-        QApplication::processEvents();
-    }
-    WaveformViewRepresentable& widget() { return mainWindow->rootView().waveformWindowView()->waveform(); }
+    WaveformViewRepresentable& widget() { return waveformWidget(); }
     [[nodiscard]] static QImage pixelsOf(const QPixmap& picture) {
         QImage pixels = picture.toImage().convertToFormat(QImage::Format_RGB32);
         pixels.setDevicePixelRatio(1);

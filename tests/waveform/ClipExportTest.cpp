@@ -57,14 +57,6 @@ TEST_F(ClipExportTest, TheNumberOfATakenNameStandsBeforeTheExtension) {
     }
 }
 
-TEST_F(ClipExportTest, ExportsInTheSameMillisecondAllKeepTheirOwnName) {
-    for (const char* name :
-         {"rewindle-1731249600123.wav", "rewindle-1731249600123 (2).wav", "rewindle-1731249600123 (3).wav"}) {
-        EXPECT_EQ(exportTo("/clips").value().filename(), name);
-    }
-    EXPECT_EQ(files.files.size(), 3U);
-}
-
 TEST_F(ClipExportTest, ANameThatIsTakenWhileTheClipIsWrittenIsPassedOver) {
     int taken = 0;
     files.beforeRename = [&](const Path& to) {

@@ -80,11 +80,10 @@ TEST_F(InstanceClientTest, GivesUpOnAnInstanceThatDoesNotAnswer) {
 TEST_F(InstanceClientTest, ActionsOfTheDesktopEntryAreCarriedOut) {
     startInstance(true);
     for (const char* name : {"quit", "dance"}) {
-        auto call = QDBusMessage::createMethodCall(
-            QString::fromLatin1(kControlBusName), QString::fromLatin1(kControlObjectPath),
-            QStringLiteral("org.freedesktop.Application"), QStringLiteral("ActivateAction"));
-        call.setArguments({QString::fromLatin1(name), QVariantList(), kToken.toPlatformData()});
-        const auto answer = bus_.connect(QStringLiteral("client")).asyncCall(call);
+        const QVariantList arguments{QString::fromLatin1(name), QVariantList(), kToken.toPlatformData()};
+        const auto answer = bus_.connect(QStringLiteral("client"))
+                                .asyncCall(methodCall(kControlBusName, kControlObjectPath,
+                                                      "org.freedesktop.Application", "ActivateAction", arguments));
         EXPECT_TRUE(runUntil([&] { return answer.isFinished(); }));
         EXPECT_EQ(answer.isError(), std::string(name) == "dance");
     }

@@ -2,12 +2,8 @@
 
 #include "host/desktop/DesktopTest.h"
 
-#include <gmock/gmock.h>
-
 namespace rewindle::test {
 namespace {
-
-using testing::ElementsAre;
 
 class QtStatusItemTest : public DesktopTest {
 protected:
@@ -17,10 +13,7 @@ protected:
                       .fallbackDescription = "rewindle",
                       .imageSize = 18,
                       .toolTip = "rewindle"},
-                     {{.title = "Show", .keyEquivalent = {}, .action = [&] { ++shows; }},
-                      {},
-                      {.title = "Quit", .keyEquivalent = "q", .action = [&] { ++quits; }}},
-                     [&](StatusItemClick click) { clicks.push_back(click); });
+                     {}, [](StatusItemClick) {});
     }
     /// On the bar, and known to be.
     bool appears() {
@@ -30,9 +23,6 @@ protected:
         });
     }
 
-    int shows = 0;
-    int quits = 0;
-    std::vector<StatusItemClick> clicks;
     QtStatusItem item{QDBusConnection::sessionBus()};
 };
 
@@ -51,18 +41,6 @@ TEST_F(QtStatusItemTest, WaitsForSomebodyWhoShowsTheList) {
     EXPECT_FALSE(item.isShown());
     const Process bar("exec " REWINDLE_STATUS_BAR " show");
     EXPECT_TRUE(appears());
-}
-
-TEST_F(QtStatusItemTest, HasAMenuAndTellsOfClicks) {
-    desktop.startStatusBar();
-    ASSERT_TRUE(appears());
-    desktop.clickStatusItem();
-    EXPECT_TRUE(runUntil([&] { return !clicks.empty(); }));
-    EXPECT_THAT(clicks, ElementsAre(StatusItemClick::leftMouseUp));
-    EXPECT_THAT(desktop.statusMenu(), ElementsAre("Show", "-", "Quit"));
-    desktop.chooseInStatusMenu("Quit");
-    EXPECT_TRUE(runUntil([&] { return quits == 1; }));
-    EXPECT_EQ(shows, 0);
 }
 
 } // namespace

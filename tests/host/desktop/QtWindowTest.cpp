@@ -163,15 +163,6 @@ TEST_F(QtWindowTest, TellsWhenFullScreenHasBeenLeft) {
     EXPECT_EQ(left, 3);
 }
 
-TEST_F(QtWindowTest, ClosingIsLeftToTheHandler) {
-    int closes = 0;
-    window.setCloseHandler([&] { ++closes; });
-    showAndWait();
-    desktop.press("alt+F4");
-    EXPECT_TRUE(runUntil([&] { return closes == 1; }));
-    EXPECT_TRUE(desktop.isOnScreen("rewindle"));
-}
-
 TEST_F(QtWindowTest, BelongsToTheDesktopEntry) {
     showAndWait();
     EXPECT_NE(desktop.property("rewindle", "WM_CLASS").find("\"com.rewindle.Rewindle\""), std::string::npos);
