@@ -33,7 +33,6 @@ protected:
             queues.settle();
         while (exportQueue.runDue() > 0);
     }
-    void start() { begin(); }
     CaptureControl::ExportReply takeExport() {
         return [this](Result<Path> outcome) { exported.push_back(std::move(outcome)); };
     }
@@ -61,7 +60,7 @@ protected:
 };
 
 TEST_F(SessionCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheRequest) {
-    start();
+    begin();
     play(96'000); // still waits in the device
     struct Case {
         double seconds;
@@ -80,17 +79,20 @@ TEST_F(SessionCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheReque
     EXPECT_EQ(clips.back(), exported.back().value());
 }
 
-TEST_F(SessionCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGiven) {
-    start();
+TEST_F(SessionCaptureControlTest, ExportsAllThatIsHeldIntoTheFolderGivenTwiceInTheSameMillisecond) {
+    begin();
     play(std::size_t{31} * 48'000); // one second more than is kept
+    control->exportLast(0.5, "/home/user/new", takeExport());
     control->exportAll("/home/user/new", takeExport());
     settle();
     EXPECT_EQ(lastClip(), std::pair(48'000.0F, 31 * 48'000 - 1.0F));
     EXPECT_EQ(exported[0].value().parent_path(), "/home/user/new");
+    EXPECT_EQ(files.files[exported[0].value()].left.size(), 24'000U);
+    EXPECT_EQ(clips.size(), 2U);
 }
 
 TEST_F(SessionCaptureControlTest, SavesTheRangeThatIsMarkedAndTellsHowFarItIs) {
-    start();
+    begin();
     play(48'000);
     std::vector<double> told;
     const auto progress = [&](double fraction) { told.push_back(fraction); };
@@ -105,21 +107,8 @@ TEST_F(SessionCaptureControlTest, SavesTheRangeThatIsMarkedAndTellsHowFarItIs) {
     EXPECT_EQ(lastClip(), std::pair(100.0F, 199.0F));
 }
 
-TEST_F(SessionCaptureControlTest, TwoExportsInTheSameMillisecondBothSucceed) {
-    start();
-    play(48'000);
-    control->exportAll({}, takeExport());
-    control->exportLast(0.5, {}, takeExport());
-    settle();
-    ASSERT_EQ(exported.size(), 2U);
-    ASSERT_TRUE(exported[0] && exported[1]);
-    EXPECT_EQ(files.files[exported[0].value()].left.size(), 48'000U);
-    EXPECT_EQ(files.files[exported[1].value()].left.size(), 24'000U);
-    EXPECT_EQ(clips.size(), 2U);
-}
-
 TEST_F(SessionCaptureControlTest, FailedExportGivesItsReasonAndLeavesTheAudioAlone) {
-    start();
+    begin();
     control->exportAll({}, takeExport());
     settle();
     play(48'000);
@@ -142,7 +131,7 @@ TEST_F(SessionCaptureControlTest, FailedExportGivesItsReasonAndLeavesTheAudioAlo
 
 TEST_F(SessionCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
     EXPECT_FALSE(status().running);
-    start();
+    begin();
     play(24'000);
     const auto now = status();
     EXPECT_TRUE(now.running);
@@ -158,7 +147,7 @@ TEST_F(SessionCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
 }
 
 TEST_F(SessionCaptureControlTest, FreezeHoldsWhatIsThereAndIsToldAsLastAsked) {
-    start();
+    begin();
     play(4'800);
     control->setFrozen(true);
     settle();
@@ -175,9 +164,10 @@ TEST_F(SessionCaptureControlTest, FreezeHoldsWhatIsThereAndIsToldAsLastAsked) {
     EXPECT_EQ(changes, before + 1);
 }
 
-TEST_F(SessionCaptureControlTest, StartErrorIsToldOnceAndForgottenWhenCaptureRuns) {
+TEST_F(SessionCaptureControlTest, FailedFirstStartIsToldOnceAndForgottenWhenCaptureRuns) {
     hardware.refuse(Call::createTap, -111);
-    start();
+    session->setShowMainWindow([] { FAIL() << "the window comes forward"; });
+    begin();
     queues.runFor(10s);
     EXPECT_EQ(status().lastError, "Failed to create system audio tap (error -111).");
     EXPECT_FALSE(status().running);
@@ -188,24 +178,29 @@ TEST_F(SessionCaptureControlTest, StartErrorIsToldOnceAndForgottenWhenCaptureRun
     EXPECT_TRUE(status().running);
 }
 
-TEST_F(SessionCaptureControlTest, RestartErrorSaysThatItIsTriedAgain) {
-    start();
-    hardware.refuse(Call::start, -5);
-    hardware.fire(AudioProperty::defaultOutputDevice);
-    queues.runFor(6s); // all six tries
-    const auto failed = status();
-    EXPECT_EQ(failed.lastError, "Audio capture stopped after an output change. It will retry automatically. (Failed "
-                                "to start system audio capture (error -5).)");
-    EXPECT_FALSE(failed.running);
-    EXPECT_EQ(failed.deviceDescription, "");
-    hardware.allow(Call::start);
-    queues.runFor(4s);
-    EXPECT_TRUE(status().running);
-    EXPECT_EQ(status().lastError, "");
+TEST_F(SessionCaptureControlTest, OutageIsToldUntilItIsOverAndBringsTheWindowForwardOnce) {
+    int shown = 0;
+    begin();
+    session->setShowMainWindow([&] { ++shown; });
+    for (int outage = 1; outage <= 2; ++outage) {
+        hardware.refuse(Call::start, -5);
+        hardware.fire(AudioProperty::defaultOutputDevice);
+        queues.runFor(30s); // several rounds of tries
+        const auto failed = status();
+        EXPECT_EQ(failed.lastError, "Audio capture stopped after an output change. It will retry automatically. "
+                                    "(Failed to start system audio capture (error -5).)");
+        EXPECT_FALSE(failed.running);
+        EXPECT_EQ(failed.deviceDescription, "");
+        EXPECT_EQ(shown, outage);
+        hardware.allow(Call::start);
+        queues.runFor(4s);
+        EXPECT_TRUE(status().running);
+        EXPECT_EQ(status().lastError, "");
+    }
 }
 
 TEST_F(SessionCaptureControlTest, DurationChangesWhenTheAudioHasBeenMoved) {
-    start();
+    begin();
     play(48'000);
     std::vector<bool> replies;
     const auto reply = [&](const Result<void>& outcome) { replies.push_back(outcome.ok()); };
@@ -224,7 +219,7 @@ TEST_F(SessionCaptureControlTest, DurationChangesWhenTheAudioHasBeenMoved) {
 }
 
 TEST_F(SessionCaptureControlTest, GainIsClampedAndMustBeANumber) {
-    start();
+    begin();
     for (const auto& [asked, set] : {std::pair(-6.0, -6.0F), std::pair(99.0, 20.0F), std::pair(-1e30, -20.0F)}) {
         EXPECT_TRUE(control->setGain(asked));
         EXPECT_EQ(status().gainDb, set);
@@ -238,7 +233,7 @@ TEST_F(SessionCaptureControlTest, GainIsClampedAndMustBeANumber) {
 }
 
 TEST_F(SessionCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {
-    start();
+    begin();
     play(48'000);
     control->quit();
     EXPECT_EQ(quits, 1);
@@ -247,6 +242,12 @@ TEST_F(SessionCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {
     control->shutDown([&] { ended = true; });
     queues.settle(); // capture has stopped; the clip is not written yet
     control->setFrozen(false);
+    for (const auto outcome : {AudioCaptureProbeOutcome::denied, AudioCaptureProbeOutcome::granted}) {
+        consent = outcome;
+        session->permission().consentChanged();
+    }
+    session->settingsManager().setRecordingDuration(RecordingDuration::tenMinutes);
+    queues.settle();
     play(48'000);
     EXPECT_FALSE(ended);
     control->exportAll({}, takeExport());
@@ -259,7 +260,7 @@ TEST_F(SessionCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {
 }
 
 TEST_F(SessionCaptureControlTest, WhatIsStillOnTheQueuesAtItsEndIsDropped) {
-    start();
+    begin();
     play(480);
     control->exportAll({}, takeExport());
     control->requestStatus([](const CaptureStatus&) { FAIL() << "nobody is there to ask"; });

@@ -23,9 +23,6 @@ protected:
     static constexpr AudioObjectID kSpeakers = 50, kHeadphones = 51;
 
     SessionFixture() {
-        hardware.addDevice(kSpeakers, "speakers");
-        hardware.addDevice(kHeadphones, "headphones");
-        hardware.setDefaultDevice(kSpeakers);
         defaults.stored("capture.recordingDuration", std::int64_t{30});
         defaults.stored(PermissionStore::kFlowKey, true); // asked in an earlier run
     }

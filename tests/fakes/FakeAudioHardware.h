@@ -12,9 +12,9 @@
 
 namespace rewindle::test {
 
-/// A sound server under the test's control. Started devices hold what is played until their queue fetches it,
-/// as real ones do. Numbers of objects are never used twice; no call ever fails but those that the test
-/// refuses.
+/// A sound server under the test's control, at first with speakers, which have a data source and are the default, and
+/// headphones. Started devices hold what is played until their queue fetches it, as real ones do. Numbers of objects
+/// are never used twice; no call ever fails but those that the test refuses.
 ///
 /// Threads: as the interface says; what the test calls, any thread. Public fields are set while nothing runs.
 /// Errors:  what a caller does against the interface's rules is kept in `violations`.
@@ -22,29 +22,23 @@ class FakeAudioHardware final : public AudioHardware {
 public:
     enum class Call { translate, createTap, defaultDevice, uid, format, createAggregate, createProc, start, devices };
 
+    static constexpr AudioObjectID kSpeakers = 50, kHeadphones = 51;
+
     explicit FakeAudioHardware(SerialQueue& controlQueue) : controlQueue_(controlQueue) {}
 
     // What the test does to the world
 
     /// Every call of this kind is refused with `status`, until it is allowed again.
-    void refuse(Call call, AudioStatus status) {
-        with([&](World& world) { world.refused[call] = status; });
-    }
-    void allow(Call call) {
-        with([&](World& world) { world.refused.erase(call); });
-    }
+    void refuse(Call call, AudioStatus status) { world()->refused[call] = status; }
+    void allow(Call call) { world()->refused.erase(call); }
     void addDevice(AudioObjectID device, std::string uid, bool hasDataSource = false) {
-        with([&](World& world) { world.devices[device] = {std::move(uid), hasDataSource}; });
+        world()->devices[device] = {std::move(uid), hasDataSource};
     }
-    void removeDevice(AudioObjectID device) {
-        with([&](World& world) { world.devices.erase(device); });
-    }
-    void setDefaultDevice(AudioObjectID device) {
-        with([&](World& world) { world.defaultDevice = device; });
-    }
+    void removeDevice(AudioObjectID device) { world()->devices.erase(device); }
+    void setDefaultDevice(AudioObjectID device) { world()->defaultDevice = device; }
     /// Tells the listeners of a property, on the control queue.
     void fire(AudioProperty property, AudioObjectID object = kNoAudioObject) {
-        for (const auto& [id, entry] : with([](World& world) { return world.listeners; })) {
+        for (const auto& [id, entry] : listeners()) {
             if (entry.property != property || entry.object != object) continue;
             controlQueue_.async([this, id = id] { callListener(id); });
         }
@@ -52,15 +46,13 @@ public:
     /// Running devices hold these frames until they are fetched; at the live pace their queue is woken for
     /// it.
     void play(const std::vector<float>& left, const std::vector<float>& right) {
-        with([&](World& world) {
-            for (auto& [id, device] : world.aggregates)
-                device->keep(left, right);
-        });
+        for (const auto& [id, device] : aggregates())
+            device->keep(left, right);
         if (pace() == DeliveryPace::live) wake();
     }
     /// Has everything that running devices hold delivered on their queue.
     void wake() {
-        for (const auto& [id, device] : with([](World& world) { return world.aggregates; })) {
+        for (const auto& [id, device] : aggregates()) {
             if (auto* queue = device->queue()) queue->async([this, id = id] { deliverPending(id); });
         }
     }
@@ -71,52 +63,35 @@ public:
     // What the test looks at
 
     /// The calls that make and end audio objects, in order.
-    [[nodiscard]] std::vector<std::string> calls() const {
-        return with([](World& world) { return world.calls; });
-    }
-    void forgetCalls() {
-        with([](World& world) { world.calls.clear(); });
-    }
-    [[nodiscard]] std::vector<std::string> violations() const {
-        return with([](World& world) { return world.violations; });
-    }
+    [[nodiscard]] std::vector<std::string> calls() const { return world()->calls; }
+    void forgetCalls() { world()->calls.clear(); }
+    [[nodiscard]] std::vector<std::string> violations() const { return world()->violations; }
     /// Taps, aggregate devices, I/O procedures, running devices and listeners that exist.
     [[nodiscard]] std::size_t liveObjects() const {
-        return with([](World& world) {
-            auto count = world.taps.size() + world.aggregates.size() + world.listeners.size();
-            for (const auto& [id, device] : world.aggregates)
-                count += device->liveParts();
-            return count;
-        });
+        const auto held = world();
+        auto count = held->taps.size() + held->aggregates.size() + held->listeners.size();
+        for (const auto& [id, device] : held->aggregates)
+            count += device->liveParts();
+        return count;
     }
-    [[nodiscard]] int starts() const {
-        return with([](World& world) { return world.starts; });
-    }
+    [[nodiscard]] int starts() const { return world()->starts; }
     [[nodiscard]] std::vector<AudioObjectID> dataSourceListenerDevices() const {
         std::vector<AudioObjectID> found;
-        for (const auto& [id, entry] : with([](World& world) { return world.listeners; })) {
+        for (const auto& [id, entry] : listeners()) {
             if (entry.property == AudioProperty::outputDataSource) found.push_back(entry.object);
         }
         return found;
     }
     /// The aggregate device; none while there is none.
     [[nodiscard]] AudioObjectID aggregate() const {
-        return with(
-            [](World& world) { return world.aggregates.empty() ? kNoAudioObject : world.aggregates.begin()->first; });
+        const auto held = world();
+        return held->aggregates.empty() ? kNoAudioObject : held->aggregates.begin()->first;
     }
     /// The procedure that was installed last; a late cycle would call it when its device is gone.
-    [[nodiscard]] IoProc lastProc() const {
-        return with([](World& world) { return world.lastProc; });
-    }
-    [[nodiscard]] ProcessTapDescription tapDescription() const {
-        return with([](World& world) { return world.tapDescription; });
-    }
-    [[nodiscard]] AggregateDeviceDescription aggregateDescription() const {
-        return with([](World& world) { return world.aggregateDescription; });
-    }
-    [[nodiscard]] DeliveryPace pace() const {
-        return with([](World& world) { return world.pace; });
-    }
+    [[nodiscard]] IoProc lastProc() const { return world()->lastProc; }
+    [[nodiscard]] ProcessTapDescription tapDescription() const { return world()->tapDescription; }
+    [[nodiscard]] AggregateDeviceDescription aggregateDescription() const { return world()->aggregateDescription; }
+    [[nodiscard]] DeliveryPace pace() const { return world()->pace; }
 
     // AudioHardware
 
@@ -126,14 +101,13 @@ public:
     }
     AudioResult<AudioObjectID> createProcessTap(const ProcessTapDescription& description) override {
         if (const auto status = refusal(Call::createTap, "create tap")) return status;
-        return with([&](World& world) {
-            world.tapDescription = description;
-            return *world.taps.insert(world.nextId++).first;
-        });
+        const auto held = world();
+        held->tapDescription = description;
+        return *held->taps.insert(held->nextId++).first;
     }
     void destroyProcessTap(AudioObjectID tap) override {
         note("destroy tap");
-        require(with([&](World& world) { return world.taps.erase(tap); }) == 1, "destroys a tap that is not there");
+        require(world()->taps.erase(tap) == 1, "destroys a tap that is not there");
     }
     AudioResult<StreamDescription> tapFormat(AudioObjectID) override {
         if (const auto status = refusal(Call::format)) return status;
@@ -141,22 +115,20 @@ public:
     }
     AudioResult<AudioObjectID> defaultOutputDevice() override {
         if (const auto status = refusal(Call::defaultDevice)) return status;
-        return with([](World& world) { return world.defaultDevice; });
+        return world()->defaultDevice;
     }
     AudioResult<std::vector<AudioObjectID>> devices() override {
         if (const auto status = refusal(Call::devices)) return status;
-        return with([](World& world) {
-            std::vector<AudioObjectID> list;
-            for (const auto& [id, device] : world.devices)
-                list.push_back(id);
-            return list;
-        });
+        std::vector<AudioObjectID> list;
+        for (const auto held = world(); const auto& [id, device] : held->devices)
+            list.push_back(id);
+        return list;
     }
     AudioResult<std::string> deviceUid(AudioObjectID device) override {
         if (const auto status = refusal(Call::uid)) return status;
-        const auto devices = with([](World& world) { return world.devices; });
-        const auto found = devices.find(device);
-        if (found == devices.end()) return kAudioBadDeviceStatus;
+        const auto held = world();
+        const auto found = held->devices.find(device);
+        if (found == held->devices.end()) return kAudioBadDeviceStatus;
         return found->second.uid;
     }
     AudioResult<std::string> deviceDescription(AudioObjectID device) override {
@@ -165,32 +137,30 @@ public:
         return "Device " + uid.value();
     }
     bool hasDataSource(AudioObjectID device) override {
-        return with([&](World& world) {
-            const auto found = world.devices.find(device);
-            return found != world.devices.end() && found->second.hasDataSource;
-        });
+        const auto held = world();
+        const auto found = held->devices.find(device);
+        return found != held->devices.end() && found->second.hasDataSource;
     }
     AudioResult<std::string> dataSource(AudioObjectID) override { return std::string("speakers"); }
 
     AudioResult<AudioObjectID> createAggregateDevice(const AggregateDeviceDescription& description) override {
         if (const auto status = refusal(Call::createAggregate, "create aggregate")) return status;
-        return with([&](World& world) {
-            world.aggregateDescription = description;
-            world.aggregates[world.nextId] = std::make_shared<FakeTapDevice>(bufferFrames);
-            return world.nextId++;
-        });
+        const auto held = world();
+        held->aggregateDescription = description;
+        held->aggregates[held->nextId] = std::make_shared<FakeTapDevice>(bufferFrames);
+        return held->nextId++;
     }
     void destroyAggregateDevice(AudioObjectID device) override {
         note("destroy aggregate");
         const auto gone = find(device);
         require(gone && gone->liveParts() == 0, "destroys an aggregate device that is missing or in use");
-        with([&](World& world) { world.aggregates.erase(device); });
+        world()->aggregates.erase(device);
     }
     AudioStatus setBufferFrameSize(AudioObjectID, std::uint32_t) override { return -95; } // keeps its own size
     AudioResult<IoProcID> createIoProc(AudioObjectID device, SerialQueue& queue, IoProc proc) override {
         if (const auto status = refusal(Call::createProc, "create proc")) return status;
         find(device)->install(queue, proc);
-        with([&](World& world) { world.lastProc = std::move(proc); });
+        world()->lastProc = std::move(proc);
         return IoProcID{1};
     }
     void destroyIoProc(AudioObjectID device, IoProcID) override {
@@ -202,7 +172,7 @@ public:
     AudioResult<void> startDevice(AudioObjectID device) override {
         if (const auto status = refusal(Call::start, "start")) return status;
         find(device)->setRunning(true);
-        with([](World& world) { ++world.starts; });
+        ++world()->starts;
         if (onStart) onStart();
         return {};
     }
@@ -216,21 +186,18 @@ public:
         if (const auto found = find(device))
             require(found->deliver(), "delivers on a queue that is not the device's");
     }
-    void setDeliveryPace(DeliveryPace pace) override {
-        with([&](World& world) { world.pace = pace; });
-    }
+    void setDeliveryPace(DeliveryPace pace) override { world()->pace = pace; }
     [[nodiscard]] CaptureTroubles troubles() const override { return {}; }
 
     ListenerID addListener(AudioObjectID object, AudioProperty property, Listener listener) override {
         require(controlQueue_.isCurrent(), "adds a listener outside the control queue");
-        return with([&](World& world) {
-            world.listeners[world.nextId] = {object, property, std::move(listener)};
-            return world.nextId++;
-        });
+        const auto held = world();
+        held->listeners[held->nextId] = {object, property, std::move(listener)};
+        return held->nextId++;
     }
     void removeListener(ListenerID listener) override {
         require(controlQueue_.isCurrent(), "removes a listener outside the control queue");
-        with([&](World& world) { world.listeners.erase(listener); });
+        world()->listeners.erase(listener);
     }
 
 private:
@@ -245,8 +212,8 @@ private:
     };
     struct World {
         std::map<Call, AudioStatus> refused;
-        std::map<AudioObjectID, OutputDevice> devices;
-        AudioObjectID defaultDevice = kNoAudioObject;
+        std::map<AudioObjectID, OutputDevice> devices{{kSpeakers, {"speakers", true}}, {kHeadphones, {"headphones"}}};
+        AudioObjectID defaultDevice = kSpeakers;
         AudioObjectID nextId = 2; // 1 is the server itself
         std::set<AudioObjectID> taps;
         std::map<AudioObjectID, std::shared_ptr<FakeTapDevice>> aggregates;
@@ -259,38 +226,38 @@ private:
         AggregateDeviceDescription aggregateDescription;
     };
 
-    /// Calls `work` with the world to itself.
-    template <class Work>
-    std::invoke_result_t<Work, World&> with(Work work) const {
-        const std::lock_guard hold(mutex_);
-        return work(world_);
-    }
+    /// The world, held until the end of the expression or the scope.
+    struct Held {
+        std::unique_lock<std::mutex> lock;
+        World* world;
+        World* operator->() const { return world; }
+    };
+    Held world() const { return {std::unique_lock(mutex_), &world_}; }
+    decltype(World::listeners) listeners() const { return world()->listeners; }
+    decltype(World::aggregates) aggregates() const { return world()->aggregates; }
     std::shared_ptr<FakeTapDevice> find(AudioObjectID device) const {
-        return with([&](World& world) {
-            const auto found = world.aggregates.find(device);
-            return found == world.aggregates.end() ? nullptr : found->second;
-        });
+        const auto held = world();
+        const auto found = held->aggregates.find(device);
+        return found == held->aggregates.end() ? nullptr : found->second;
     }
     void require(bool held, const char* violation) const {
-        if (!held) with([&](World& world) { world.violations.emplace_back(violation); });
+        if (!held) world()->violations.emplace_back(violation);
     }
     void note(const char* call) {
         require(controlQueue_.isCurrent(), "calls outside the control queue");
-        with([&](World& world) { world.calls.emplace_back(call); });
+        world()->calls.emplace_back(call);
     }
     /// The status with which this call is refused; 0 when it is not.
     AudioStatus refusal(Call call, const char* name = nullptr) {
         require(controlQueue_.isCurrent(), "calls outside the control queue");
-        return with([&](World& world) {
-            const auto found = world.refused.find(call);
-            if (found != world.refused.end()) return found->second;
-            if (name) world.calls.emplace_back(name);
-            return 0;
-        });
+        const auto held = world();
+        if (const auto found = held->refused.find(call); found != held->refused.end()) return found->second;
+        if (name) held->calls.emplace_back(name);
+        return 0;
     }
     void callListener(ListenerID id) {
-        const auto listeners = with([](World& world) { return world.listeners; });
-        if (const auto found = listeners.find(id); found != listeners.end()) found->second.listener();
+        const auto all = listeners();
+        if (const auto found = all.find(id); found != all.end()) found->second.listener();
     }
 
     SerialQueue& controlQueue_;
