@@ -31,7 +31,7 @@ protected:
     AppDelegate delegate{{*session, menuBar, hosting, application, queues.main}};
 };
 
-TEST_F(AppDelegateTest, LaunchShowsTheWindowAndThenCaptures) {
+TEST_F(AppDelegateTest, LaunchShowsTheWindowAndThenCapturesUntilConsentIsFoundWithdrawn) {
     delegate.finishedLaunching(false);
     EXPECT_EQ(statusItem.installs, 1);
     EXPECT_TRUE(window.inFront);
@@ -40,20 +40,19 @@ TEST_F(AppDelegateTest, LaunchShowsTheWindowAndThenCaptures) {
     window.onDrawn();
     settle();
     EXPECT_TRUE(session->sampler().isRunning().get());
+    consent = AudioCaptureProbeOutcome::denied;
+    delegate.becameActive();
+    settle();
+    EXPECT_FALSE(session->sampler().isRunning().get());
 }
 
 TEST_F(AppDelegateTest, HiddenLaunchCapturesWithoutMakingTheWindow) {
+    defaults.remove(PermissionStore::kFlowKey); // the first start, behind a command that granted access
     launch(true);
     EXPECT_EQ(opened, 0);
     EXPECT_TRUE(session->sampler().isRunning().get());
     EXPECT_FALSE(delegate.shouldHandleReopen(false)); // started again
     EXPECT_TRUE(window.inFront);
-}
-
-TEST_F(AppDelegateTest, AccessGrantedByACommandBeforeTheFirstStartCounts) {
-    defaults.remove(PermissionStore::kFlowKey);
-    launch();
-    EXPECT_TRUE(session->sampler().isRunning().get());
 }
 
 TEST_F(AppDelegateTest, ReopenBringsBackAWindowUnlessItIsThere) {
@@ -71,14 +70,6 @@ TEST_F(AppDelegateTest, ReopenBringsBackAWindowUnlessItIsThere) {
         EXPECT_FALSE(window.miniaturized);
     }
     EXPECT_EQ(opened, 1);
-}
-
-TEST_F(AppDelegateTest, ConsentIsLookedUpAgainInTheForeground) {
-    launch();
-    consent = AudioCaptureProbeOutcome::denied;
-    delegate.becameActive();
-    settle();
-    EXPECT_FALSE(session->sampler().isRunning().get());
 }
 
 TEST_F(AppDelegateTest, QuitFromTheStatusMenuStopsCaptureFirst) {

@@ -34,15 +34,6 @@ protected:
     ThreadSerialQueue thread{"a queue"};
 };
 
-TEST_P(SerialQueueThreads, RunsWorkInTheOrderInWhichItCame) {
-    std::vector<int> expected(100);
-    std::iota(expected.begin(), expected.end(), 0);
-    for (const int number : expected)
-        queue().async(mark(number));
-    queue().sync([] {});
-    EXPECT_EQ(ran, expected);
-}
-
 TEST_P(SerialQueueThreads, RunsDelayedWorkInTheOrderOfItsTimesBehindWhatIsDue) {
     queue().asyncAfter(30ms, mark(3));
     queue().asyncAfter(10ms, mark(1));

@@ -1,7 +1,5 @@
 #include "capture/AudioBufferListConverter.h"
 
-#include "fakes/AllocationCounter.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -180,21 +178,6 @@ TEST(AudioBufferListConverterTest, IsNotDisturbedByWhatItsCallerDoesToTheOutput)
             ASSERT_EQ(std::vector<float>(a->channels[channel], a->channels[channel] + a->frameLength), was);
             std::fill_n(a->channels[channel], a->frameLength, 99.0F);
         }
-    }
-}
-
-TEST(AudioBufferListConverterTest, AllocatesNothingForInputsNoLargerThanBefore) {
-    for (const double rate : {44'100.0, 44'099.0, 48'000.0, 96'000.0}) {
-        const InputList large({2}, 2'048), small({2}, 441), bad({1}, 0);
-        const auto converter = AudioBufferListConverter::create(floatStream(rate, 2));
-        ASSERT_NE(converter->convert(large.buffers, 2'048), nullptr);
-        const auto before = allocationsOfThisThread();
-        for (int call = 0; call < 10; ++call) {
-            ASSERT_NE(converter->convert(small.buffers, converter->frameCount(small.buffers)), nullptr);
-            ASSERT_EQ(converter->convert(bad.buffers, converter->frameCount(bad.buffers)), nullptr);
-            ASSERT_NE(converter->convert(large.buffers, converter->frameCount(large.buffers)), nullptr);
-        }
-        EXPECT_EQ(allocationsOfThisThread(), before) << rate;
     }
 }
 

@@ -35,12 +35,6 @@ TEST_F(CoreAudioTapCaptureTest, StartsByTappingTheWholeMixOnTheDefaultOutputDevi
     EXPECT_NE(device.uid, tapped.uuid);
 }
 
-TEST_F(CoreAudioTapCaptureTest, ExcludesNothingWhenItsOwnProcessIsUnknown) {
-    hardware.refuse(Call::translate, -2);
-    ASSERT_TRUE(start());
-    EXPECT_THAT(hardware.tapDescription().excludedProcesses, IsEmpty());
-}
-
 TEST_F(CoreAudioTapCaptureTest, StopsByTakingEverythingDownAndHearsNothingAfterwards) {
     const auto held = std::make_shared<int>(0);
     auto holding = callbacks();
@@ -92,7 +86,9 @@ TEST_F(CoreAudioTapCaptureTest, TakesDownWhatItMadeWhenAStepOfTheStartFails) {
         EXPECT_FALSE(tap->isRunning());
         hardware.allow(refused);
     }
+    hardware.refuse(Call::translate, -2); // its own process is unknown
     EXPECT_TRUE(start());
+    EXPECT_THAT(hardware.tapDescription().excludedProcesses, IsEmpty());
 }
 
 TEST_F(CoreAudioTapCaptureTest, RefusesToStartWithoutADeviceOrAFormatItUnderstands) {
@@ -139,10 +135,6 @@ TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsC
     queues.runFor(1s);
     EXPECT_THAT(restarts(), IsEmpty());
     EXPECT_EQ(log.count("[route] hardwareDevices changed but nothing relevant moved; not restarting."), 1);
-    EXPECT_EQ(log.count("previousActiveDevice=50 currentDefault=50 defaultDeviceChanged=false "
-                        "activeDeviceDisconnected=false previousListenerDevice=50 currentListenerDevice=50 "
-                        "listenerDeviceChanged=false"),
-              1);
 
     hardware.removeDevice(kSpeakers);
     hardware.setDefaultDevice(kHeadphones);

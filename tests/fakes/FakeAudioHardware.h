@@ -1,8 +1,8 @@
 #pragma once
 
-#include "fakes/FakeTapDevice.h"
 #include "platform/AudioHardware.h"
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <set>
@@ -46,14 +46,17 @@ public:
     /// Running devices hold these frames until they are fetched; at the live pace their queue is woken for
     /// it.
     void play(const std::vector<float>& left, const std::vector<float>& right) {
-        for (const auto& [id, device] : aggregates())
-            device->keep(left, right);
+        for (const auto held = world(); auto& [id, device] : held->aggregates) {
+            if (!device.running) continue;
+            device.left.insert(device.left.end(), left.begin(), left.end());
+            device.right.insert(device.right.end(), right.begin(), right.end());
+        }
         if (pace() == DeliveryPace::live) wake();
     }
     /// Has everything that running devices hold delivered on their queue.
     void wake() {
-        for (const auto& [id, device] : aggregates()) {
-            if (auto* queue = device->queue()) queue->async([this, id = id] { deliverPending(id); });
+        for (const auto held = world(); const auto& [id, device] : held->aggregates) {
+            if (device.queue) device.queue->async([this, id = id] { deliverPending(id); });
         }
     }
     std::uint32_t bufferFrames = 512;
@@ -71,7 +74,7 @@ public:
         const auto held = world();
         auto count = held->taps.size() + held->aggregates.size() + held->listeners.size();
         for (const auto& [id, device] : held->aggregates)
-            count += device->liveParts();
+            count += device.liveParts();
         return count;
     }
     [[nodiscard]] int starts() const { return world()->starts; }
@@ -147,44 +150,64 @@ public:
         if (const auto status = refusal(Call::createAggregate, "create aggregate")) return status;
         const auto held = world();
         held->aggregateDescription = description;
-        held->aggregates[held->nextId] = std::make_shared<FakeTapDevice>(bufferFrames);
+        held->aggregates[held->nextId];
         return held->nextId++;
     }
     void destroyAggregateDevice(AudioObjectID device) override {
         note("destroy aggregate");
-        const auto gone = find(device);
-        require(gone && gone->liveParts() == 0, "destroys an aggregate device that is missing or in use");
-        world()->aggregates.erase(device);
+        const auto gone = world()->aggregates.extract(device);
+        require(!gone.empty() && gone.mapped().liveParts() == 0,
+                "destroys an aggregate device that is missing or in use");
     }
     AudioStatus setBufferFrameSize(AudioObjectID, std::uint32_t) override { return -95; } // keeps its own size
     AudioResult<IoProcID> createIoProc(AudioObjectID device, SerialQueue& queue, IoProc proc) override {
         if (const auto status = refusal(Call::createProc, "create proc")) return status;
-        find(device)->install(queue, proc);
-        world()->lastProc = std::move(proc);
+        const auto held = world();
+        held->aggregates.at(device).queue = &queue;
+        held->aggregates.at(device).proc = std::make_shared<IoProc>(proc);
+        held->lastProc = std::move(proc);
         return IoProcID{1};
     }
     void destroyIoProc(AudioObjectID device, IoProcID) override {
         note("destroy proc");
-        auto* queue = find(device)->uninstall();
+        auto* queue = std::exchange(world()->aggregates.at(device).queue, nullptr);
         require(queue, "destroys an I/O procedure that is not there");
+        world()->aggregates.at(device).proc = nullptr;
         if (queue) queue->sync([] {}); // a call under way ends first
     }
     AudioResult<void> startDevice(AudioObjectID device) override {
         if (const auto status = refusal(Call::start, "start")) return status;
-        find(device)->setRunning(true);
+        world()->aggregates.at(device).running = true;
         ++world()->starts;
         if (onStart) onStart();
         return {};
     }
     void stopDevice(AudioObjectID device) override {
         note("stop");
-        find(device)->setRunning(false);
-        if (auto* queue = find(device)->queue()) queue->sync([&] { deliverPending(device); });
+        world()->aggregates.at(device).running = false;
+        auto* queue = world()->aggregates.at(device).queue;
+        if (queue) queue->sync([&] { deliverPending(device); });
     }
 
+    /// Hands over what a device holds, in buffers of at most `bufferFrames`. Allocates nothing itself.
     void deliverPending(AudioObjectID device) override {
-        if (const auto found = find(device))
-            require(found->deliver(), "delivers on a queue that is not the device's");
+        std::shared_ptr<IoProc> proc;
+        std::vector<float> left, right;
+        {
+            const auto held = world();
+            const auto found = held->aggregates.find(device);
+            if (found == held->aggregates.end() || !found->second.proc) return;
+            if (!found->second.queue->isCurrent()) held->violations.emplace_back("delivers on a foreign queue");
+            proc = found->second.proc;
+            left.swap(found->second.left);
+            right.swap(found->second.right);
+        }
+        for (std::size_t at = 0; at < left.size(); at += bufferFrames) {
+            const auto frames = std::min<std::size_t>(bufferFrames, left.size() - at);
+            const auto bytes = static_cast<std::uint32_t>(frames * sizeof(float));
+            const AudioBuffer list[] = {{1, bytes, left.data() + at}, {1, bytes, right.data() + at}};
+            (*proc)(list);
+        }
     }
     void setDeliveryPace(DeliveryPace pace) override { world()->pace = pace; }
     [[nodiscard]] CaptureTroubles troubles() const override { return {}; }
@@ -210,13 +233,21 @@ private:
         AudioProperty property{};
         Listener listener;
     };
+    struct TapDevice {
+        SerialQueue* queue = nullptr;
+        std::shared_ptr<IoProc> proc;
+        bool running = false;
+        std::vector<float> left, right; // played, not fetched
+        /// How much of it has to be ended before it can go.
+        [[nodiscard]] std::size_t liveParts() const { return (proc ? 1U : 0U) + (running ? 1U : 0U); }
+    };
     struct World {
         std::map<Call, AudioStatus> refused;
         std::map<AudioObjectID, OutputDevice> devices{{kSpeakers, {"speakers", true}}, {kHeadphones, {"headphones"}}};
         AudioObjectID defaultDevice = kSpeakers;
         AudioObjectID nextId = 2; // 1 is the server itself
         std::set<AudioObjectID> taps;
-        std::map<AudioObjectID, std::shared_ptr<FakeTapDevice>> aggregates;
+        std::map<AudioObjectID, TapDevice> aggregates;
         std::map<ListenerID, ListenerEntry> listeners;
         std::vector<std::string> calls, violations;
         int starts = 0;
@@ -234,12 +265,6 @@ private:
     };
     Held world() const { return {std::unique_lock(mutex_), &world_}; }
     decltype(World::listeners) listeners() const { return world()->listeners; }
-    decltype(World::aggregates) aggregates() const { return world()->aggregates; }
-    std::shared_ptr<FakeTapDevice> find(AudioObjectID device) const {
-        const auto held = world();
-        const auto found = held->aggregates.find(device);
-        return found == held->aggregates.end() ? nullptr : found->second;
-    }
     void require(bool held, const char* violation) const {
         if (!held) world()->violations.emplace_back(violation);
     }

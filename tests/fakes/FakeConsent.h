@@ -22,27 +22,18 @@ public:
         questions.push_back(std::move(completion));
         return true;
     }
-    void setChangeHandler(std::function<void()> onChange) override { onChange_ = std::move(onChange); }
+    void setChangeHandler(std::function<void()>) override {}
 
-    /// The user answers the oldest open question: stored first, then told.
+    /// The user answers the oldest open question.
     void answer(bool granted) {
         auto completion = std::move(questions.front());
         questions.pop_front();
-        store(granted ? 0 : 1);
         completion(granted);
-    }
-    /// Somebody else changes what is stored.
-    void store(std::optional<int> to) {
-        status = to;
-        if (onChange_) onChange_();
     }
 
     std::optional<int> status; // 0 granted, 1 denied, 2 no entry; none: unavailable
     bool canAsk = true;
     std::deque<std::function<void(bool)>> questions; // not answered yet
-
-private:
-    std::function<void()> onChange_;
 };
 
 /// Processes that end when the test says so.

@@ -19,11 +19,9 @@ public:
 
     bool registered = false;
     std::string problem; // why the next changes fail; empty: they succeed
-    int changes = 0;     // that were asked for
 
 private:
     Result<void> change(bool to) {
-        ++changes;
         if (!problem.empty()) return Error{13, problem};
         registered = to;
         return {};

@@ -56,10 +56,9 @@ public:
 /// A status item in a bar under the test's control.
 class FakeStatusItem final : public StatusItem {
 public:
-    void install(const StatusItemAppearance& look, std::vector<StatusMenuItem> items,
+    void install(const StatusItemAppearance&, std::vector<StatusMenuItem> items,
                  std::function<void(StatusItemClick)> onClick) override {
         ++installs;
-        appearance = look;
         menu = std::move(items);
         click = std::move(onClick);
     }
@@ -67,7 +66,6 @@ public:
     [[nodiscard]] bool isShown() const override { return installs > 0; }
 
     int installs = 0;
-    StatusItemAppearance appearance;
     std::vector<StatusMenuItem> menu;
     std::function<void(StatusItemClick)> click;
     std::vector<double> menusAt;
