@@ -85,8 +85,7 @@ TEST_F(AppSessionTest, GainFollowsTheOutputDeviceFromItsFirstBufferOn) {
 
 TEST_F(AppSessionTest, CallbacksAfterItsEndDoNothing) {
     begin();
-    hardware.setDefaultDevice(kHeadphones);
-    hardware.fire(AudioProperty::defaultOutputDevice);
+    hardware.switchTo(kHeadphones);
     session->settingsManager().setRecordingDuration(RecordingDuration::tenMinutes);
     session.reset();
     queues.runFor(10s);

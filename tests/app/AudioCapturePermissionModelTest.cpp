@@ -46,6 +46,10 @@ protected:
     }
     void childSays(Outcome outcome) { answer(children, outcome); }
     void userSays(Outcome outcome) { answer(questions, outcome); }
+    void returnToForeground(Outcome outcome) {
+        model->foregroundCheck(note());
+        childSays(outcome);
+    }
     void consentBecomes(Outcome outcome) {
         stored = outcome;
         model->consentChanged();
@@ -146,35 +150,30 @@ TEST_F(AudioCapturePermissionModelTest, ReturnToTheForegroundFindsAccessRevokedA
     EXPECT_TRUE(children.empty());
     EXPECT_EQ(log.count("M: System audio capture probe granted during foreground fresh probe."), 1);
 
-    model->foregroundCheck(note());
-    childSays(Outcome::denied);
+    returnToForeground(Outcome::denied);
     EXPECT_EQ(
         log.count("M: System audio capture access revoked while backgrounded; showing System Settings guidance."), 1);
-    model->foregroundCheck(note());
-    childSays(Outcome::granted);
+    returnToForeground(Outcome::granted);
     EXPECT_EQ(log.count("M: System audio capture probe granted during foreground re-grant."), 1);
     EXPECT_THAT(completions, ElementsAre(State::granted, State::needsSystemSettings, State::granted));
 
-    model->foregroundCheck();
-    childSays(Outcome::noEntry);
+    returnToForeground(Outcome::noEntry);
     EXPECT_EQ(state(), State::needsSystemSettings); // revoked, too
     EXPECT_FALSE(defaults.flag(kFlow));
-    model->foregroundCheck();
-    childSays(Outcome::noEntry);
+    returnToForeground(Outcome::noEntry);
     EXPECT_EQ(state(), State::firstRun);
 }
 
 TEST_F(AudioCapturePermissionModelTest, OnlyARecheckByTheUserSaysThatAccessIsStillOff) {
     launch(Outcome::denied);
-    model->foregroundCheck();
-    childSays(Outcome::denied);
+    returnToForeground(Outcome::denied);
     EXPECT_FALSE(stillOff());
     model->foregroundCheck(); // the click on the button first brings the program to the front
     model->recheck(note());
     childSays(Outcome::denied);
     EXPECT_TRUE(children.empty());
     EXPECT_TRUE(stillOff());
-    EXPECT_THAT(completions, ElementsAre(State::needsSystemSettings));
+    EXPECT_THAT(completions, ElementsAre(State::needsSystemSettings, State::needsSystemSettings));
     consentBecomes(Outcome::granted);
     EXPECT_FALSE(stillOff());
 }

@@ -58,8 +58,7 @@ protected:
         played += frames;
     }
     void switchTo(AudioObjectID device) {
-        hardware.setDefaultDevice(device);
-        hardware.fire(AudioProperty::defaultOutputDevice);
+        hardware.switchTo(device);
         queues.runFor(std::chrono::milliseconds(100));
     }
     /// The right sample that was retained last: what the gain has made of 0.5.

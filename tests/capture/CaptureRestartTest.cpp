@@ -33,8 +33,7 @@ TEST_F(CaptureRestartTest, KeepsWhatWasPlayedBeforeARestartAndMarksTheSeamBetwee
     ASSERT_TRUE(start());
     hardware.play(std::vector<float>(700, 0.5F), std::vector<float>(700, 0.5F)); // not fetched yet
     events.clear();
-    hardware.setDefaultDevice(kHeadphones);
-    fire(AudioProperty::defaultOutputDevice);
+    hardware.switchTo(kHeadphones);
     queues.runFor(80ms);
     EXPECT_THAT(events, ElementsAre("seam, 0 devices, 700 frames", "chosen headphones", "resolved headphones"));
     EXPECT_EQ(hardware.aggregateDescription().master, "headphones");

@@ -110,17 +110,13 @@ TEST_F(CoreAudioTapCaptureTest, ReportsTheDeviceAtTheStartAndWheneverAnotherOneT
     fire(AudioProperty::outputDataSource, kSpeakers);
     queues.runFor(1s);
     EXPECT_THAT(changedUids, ElementsAre("speakers"));
-    hardware.setDefaultDevice(kHeadphones);
-    fire(AudioProperty::defaultOutputDevice);
+    hardware.switchTo(kHeadphones);
     queues.runFor(1s);
     EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
 }
 
 TEST_F(CoreAudioTapCaptureTest, MovesToADeviceThatBecameTheDefaultBeforeThereWasAListener) {
-    hardware.onStart = [this] {
-        hardware.setDefaultDevice(kHeadphones);
-        hardware.fire(AudioProperty::defaultOutputDevice);
-    };
+    hardware.onStart = [this] { hardware.switchTo(kHeadphones); };
     ASSERT_TRUE(start());
     hardware.onStart = nullptr;
     queues.runFor(1s);
@@ -131,26 +127,23 @@ TEST_F(CoreAudioTapCaptureTest, MovesToADeviceThatBecameTheDefaultBeforeThereWas
 TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsCapture) {
     ASSERT_TRUE(start());
     hardware.addDevice(kDisplay, "display");
-    fire(AudioProperty::hardwareDevices);
-    queues.runFor(1s);
+    devicesChange();
     EXPECT_THAT(restarts(), IsEmpty());
     EXPECT_EQ(log.count("[route] hardwareDevices changed but nothing relevant moved; not restarting."), 1);
+    EXPECT_EQ(log.count("[route] hardwareDevices decision: previousActiveDevice=50"), 1);
 
     hardware.removeDevice(kSpeakers);
     hardware.setDefaultDevice(kHeadphones);
-    fire(AudioProperty::hardwareDevices);
-    queues.runFor(1s);
+    devicesChange();
     EXPECT_THAT(restarts(), ElementsAre("active output device disconnected 1"));
 
     hardware.removeDevice(kDisplay);
-    fire(AudioProperty::hardwareDevices); // on a device without data sources
-    queues.runFor(1s);
+    devicesChange(); // on a device without data sources
     EXPECT_EQ(restarts().size(), 1U);
 
     hardware.addDevice(kSpeakers, "speakers", true);
     hardware.setDefaultDevice(kSpeakers);
-    fire(AudioProperty::hardwareDevices);
-    queues.runFor(1s);
+    devicesChange();
     EXPECT_EQ(restarts().back(), "audio hardware devices changed 1");
 
     hardware.refuse(Call::devices, -32); // the server is gone
@@ -177,8 +170,7 @@ TEST_F(CoreAudioTapCaptureTest, ListensToTheDataSourceOfTheDefaultDeviceAndAsksA
 
     const auto skipped = log.count("property absent");
     for (int i = 0; i < 3; ++i)
-        fire(AudioProperty::hardwareDevices);
-    queues.runFor(1s);
+        devicesChange();
     EXPECT_EQ(log.count("property absent"), skipped);
 
     hardware.setDefaultDevice(kSpeakers);

@@ -68,8 +68,7 @@ protected:
         queues.settle();
     }
     void switchTo(AudioObjectID device) {
-        hardware.setDefaultDevice(device);
-        hardware.fire(AudioProperty::defaultOutputDevice);
+        hardware.switchTo(device);
         queues.runFor(std::chrono::milliseconds(100));
     }
     AudioRingBuffer& ring() { return *engine->ringBuffer().get(); }

@@ -98,8 +98,7 @@ TEST_F(RewindleTest, FadesOutTheEndOfWhatWasStoredAndFadesInWhatComesAfterAResta
     const std::vector<float> ones(1000, 1.0F);
     hardware.play(ones, ones); // waits in the device: what was played belongs to the time before the seam
     hardware.refuse(Call::start, -110);
-    hardware.setDefaultDevice(kHeadphones);
-    hardware.fire(AudioProperty::defaultOutputDevice);
+    hardware.switchTo(kHeadphones);
     queues.runFor(1s); // three tries fail
     hardware.allow(Call::start);
     queues.runFor(1s);

@@ -46,6 +46,10 @@ protected:
         hardware.fire(property, object);
         queues.settle();
     }
+    void devicesChange() {
+        fire(AudioProperty::hardwareDevices);
+        queues.runFor(std::chrono::seconds(1));
+    }
     /// The reasons and numbers of the restarts so far, as the log tells them: "retry 2".
     std::vector<std::string> restarts() const {
         std::vector<std::string> found;

@@ -43,6 +43,10 @@ public:
             controlQueue_.async([this, id = id] { callListener(id); });
         }
     }
+    void switchTo(AudioObjectID device) {
+        setDefaultDevice(device);
+        fire(AudioProperty::defaultOutputDevice);
+    }
     /// Running devices hold these frames until they are fetched; at the live pace their queue is woken for
     /// it.
     void play(const std::vector<float>& left, const std::vector<float>& right) {
