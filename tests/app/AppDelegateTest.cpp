@@ -72,8 +72,14 @@ TEST_F(AppDelegateTest, ReopenBringsBackAWindowUnlessItIsThere) {
     EXPECT_EQ(opened, 1);
 }
 
-TEST_F(AppDelegateTest, QuitFromTheStatusMenuStopsCaptureFirst) {
+TEST_F(AppDelegateTest, StatusItemShowsTheWindowOrTheMenuFromWhichQuitStopsCaptureFirst) {
     launch();
+    hosting.hide();
+    statusItem.click(StatusItemClick::rightMouseUp);
+    EXPECT_EQ(statusItem.menusAt, std::vector{4.0});
+    EXPECT_FALSE(window.visible);
+    statusItem.click(StatusItemClick::leftMouseUp);
+    EXPECT_TRUE(window.visible);
     ASSERT_EQ(statusItem.menu.size(), 3U);
     EXPECT_EQ(statusItem.menu[0].title, "Show rewindle");
     EXPECT_EQ(statusItem.menu[1].title, "");
@@ -84,16 +90,6 @@ TEST_F(AppDelegateTest, QuitFromTheStatusMenuStopsCaptureFirst) {
     settle();
     EXPECT_EQ(application.terminations, 1);
     EXPECT_EQ(hardware.liveObjects(), 0U);
-}
-
-TEST_F(AppDelegateTest, LeftClickShowsTheWindowAndRightClickTheMenu) {
-    launch();
-    hosting.hide();
-    statusItem.click(StatusItemClick::rightMouseUp);
-    EXPECT_EQ(statusItem.menusAt, std::vector{4.0});
-    EXPECT_FALSE(window.visible);
-    statusItem.click(StatusItemClick::leftMouseUp);
-    EXPECT_TRUE(window.visible);
 }
 
 TEST_F(AppDelegateTest, FirstWindowEverBecomesAStripAtTheTopOfTheScreen) {

@@ -71,10 +71,10 @@ public:
     }
 
     [[nodiscard]] float peak(Position start, Position end) const {
+        const auto [left, right] = copy(start, end);
         float peak = 0;
-        for (Position f = std::max(start, oldest_); f < std::min(end, total()); ++f) {
-            peak = std::max({peak, std::abs(at(f).left), std::abs(at(f).right)});
-        }
+        for (std::size_t i = 0; i < left.size(); ++i)
+            peak = std::max({peak, std::abs(left[i]), std::abs(right[i])});
         return peak;
     }
 

@@ -29,16 +29,6 @@ TEST_F(CaptureRestartTest, RestartsOnceForEventsWithinEightyMillisecondsUnderThe
     EXPECT_FALSE(queues.nextDue());
 }
 
-TEST_F(CaptureRestartTest, KeepsWhatWasPlayedBeforeARestartAndMarksTheSeamBetweenTheOldTapAndTheNew) {
-    ASSERT_TRUE(start());
-    hardware.play(std::vector<float>(700, 0.5F), std::vector<float>(700, 0.5F)); // not fetched yet
-    events.clear();
-    hardware.switchTo(kHeadphones);
-    queues.runFor(80ms);
-    EXPECT_THAT(events, ElementsAre("seam, 0 devices, 700 frames", "chosen headphones", "resolved headphones"));
-    EXPECT_EQ(hardware.aggregateDescription().master, "headphones");
-}
-
 /// A running capture that loses its output: every start fails from the first restart on.
 class FailingCaptureRestartTest : public TapCaptureFixture {
 protected:

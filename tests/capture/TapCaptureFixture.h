@@ -25,10 +25,6 @@ protected:
         result.onCaptureRestartFailed = [this](const CoreAudioTapCaptureError& error) { failures.push_back(error); };
         result.onOutputDeviceChosen = [this](const std::string& uid) { events.push_back("chosen " + uid); };
         result.onOutputDeviceResolved = [this](const std::string& uid) { events.push_back("resolved " + uid); };
-        result.onCaptureRestartSeam = [this] {
-            events.push_back("seam, " + std::to_string(hardware.aggregate()) + " devices, " +
-                             std::to_string(framesReceived) + " frames");
-        };
         return result;
     }
 

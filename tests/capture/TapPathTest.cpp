@@ -120,26 +120,37 @@ TEST(TapTimeAxis, CountsTimeThroughSuspendResumeAndAnUneasyClock) {
     }
 }
 
-TEST(TapTimeAxis, PartsNoSoundForALateCycleAndFillsARealStall) {
-    TapTimeAxis axis(48'000, 0);
-    EXPECT_EQ(axis.silenceBeforeCycle(0, 480, false), 0);
-    EXPECT_EQ(axis.silenceBeforeCycle(10'000'000 + 400'000'000, 480, true),
-              0); // 400 ms late: caught up later
-    EXPECT_EQ(axis.silenceBeforeCycle(20'000'000 + 2 * kSecond, 480, true),
-              95'980); // 2 s, less the 0.4 ms that were followed
-    EXPECT_EQ(axis.silenceBeforeCycle(30'000'000 + 2 * kSecond, 480, true), 0);
-    // Cycles that were skipped and not made up for.
-    EXPECT_EQ(axis.silenceBeforeCycle(60'000'000 + 2 * kSecond, 480, false), 960);
-}
-
-TEST(TapTimeAxis, PutsNoSilenceBeforeTheFirstCycleUnlessItIsLongInComing) {
-    TapTimeAxis prompt(48'000, 0);
-    EXPECT_EQ(prompt.silenceWhileIdle(150'000'000), 0);
-    EXPECT_EQ(prompt.silenceBeforeCycle(180'000'000, 480, false), 0);
-    EXPECT_EQ(prompt.silenceBeforeCycle(290'000'000, 480, false), 4800);
-    TapTimeAxis late(48'000, 0);
-    EXPECT_EQ(late.silenceWhileIdle(kSecond), 38'400);
-    EXPECT_EQ(late.silenceBeforeCycle(kSecond, 480, false), 9600);
+TEST(TapTimeAxis, FillsBreaksAndStallsButNotLatenessAndTakesBackWhatItFilledTooEarly) {
+    enum Event { idle, cycle, nextCycle }; // a cycle after a break, one that follows the cycle before
+    struct Step {
+        std::int64_t milliseconds;
+        Event event;
+        std::int64_t silence;
+    };
+    const std::vector<Step> histories[] = {
+        // 400 ms late: caught up later. A stall of 2 s, less the 0.4 ms that were followed. Cycles that were skipped.
+        {{0, cycle, 0}, {410, nextCycle, 0}, {2'020, nextCycle, 95'980}, {2'030, nextCycle, 0}, {2'060, cycle, 960}},
+        // None before the first cycle, unless that is long in coming.
+        {{150, idle, 0}, {180, cycle, 0}, {290, cycle, 4'800}},
+        {{1'000, idle, 38'400}, {1'000, cycle, 9'600}},
+        // Filled up to 0.8 s; a late one's place was taken; 1.49 s, less 0.3 s; up to 2.8 s; and it was only late.
+        {{1'000, idle, 38'400},
+         {500, cycle, 0},
+         {2'000, cycle, 480 * 149 - 14'400},
+         {3'000, idle, 37'920},
+         {2'010, nextCycle, 0},
+         {4'000, cycle, 480 * 198 - 37'920}},
+    };
+    for (const auto& history : histories) {
+        TapTimeAxis axis(48'000, 0);
+        for (const auto& [milliseconds, event, silence] : history) {
+            const auto time = milliseconds * 1'000'000;
+            ASSERT_EQ(event == idle ? axis.silenceWhileIdle(time)
+                                    : axis.silenceBeforeCycle(time, 480, event == nextCycle),
+                      silence)
+                << milliseconds;
+        }
+    }
 }
 
 TEST(TapTimeAxis, AddsUpBreaksThatAreTooShortToTellFromJitter) {
@@ -151,16 +162,6 @@ TEST(TapTimeAxis, AddsUpBreaksThatAreTooShortToTellFromJitter) {
         frames += axis.silenceBeforeCycle(time, 64, false) + 64;
     }
     EXPECT_NEAR(static_cast<double>(frames), static_cast<double>(time) * 48e-6 + 64, 300);
-}
-
-TEST(TapTimeAxis, TakesBackWhatItFilledTooEarly) {
-    TapTimeAxis axis(48'000, 0);
-    EXPECT_EQ(axis.silenceWhileIdle(kSecond), 38'400);                               // up to 0.8 s
-    EXPECT_EQ(axis.silenceBeforeCycle(kSecond / 2, 480, false), 0);                  // came late: its place was taken
-    EXPECT_EQ(axis.silenceBeforeCycle(kSecond * 2, 480, false), 480 * 149 - 14'400); // 1.49 s, less 0.3 s
-    EXPECT_EQ(axis.silenceWhileIdle(3 * kSecond), 37'920);                           // up to 2.8 s
-    EXPECT_EQ(axis.silenceBeforeCycle(2 * kSecond + 10'000'000, 480, true), 0);      // and it was only late
-    EXPECT_EQ(axis.silenceBeforeCycle(4 * kSecond, 480, false), 480 * 198 - 37'920);
 }
 
 TEST(StereoMixdown, FollowsTheBroadcastCoefficients) {
