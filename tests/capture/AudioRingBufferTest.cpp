@@ -76,6 +76,7 @@ TEST_F(AudioRingBufferTest, CopiesOnlyWhatIsHeldOfARangeThatGoesToTheEndsOfTheNu
         EXPECT_EQ(ring.peakAmplitude(start, end), 0);
     }
     EXPECT_EQ(ring.copyFrames(-kEnd, kEnd).left.size(), static_cast<std::size_t>(kSecond));
+    EXPECT_EQ(ring.copyFramesInChunks(2 * kSecond, kEnd, 0).left.size(), 100u); // in chunks of at least one frame
 }
 
 TEST_F(AudioRingBufferTest, GrowsTheColumnArraysButNeverShrinksThem) {
