@@ -120,7 +120,10 @@ TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsC
     devicesChange();
     EXPECT_THAT(restarts(), IsEmpty());
     EXPECT_EQ(log.count("[route] hardwareDevices changed but nothing relevant moved; not restarting."), 1);
-    EXPECT_EQ(log.count("[route] hardwareDevices decision: previousActiveDevice=50"), 1);
+    EXPECT_EQ(log.count("previousActiveDevice=50 currentDefault=50 defaultDeviceChanged=false "
+                        "activeDeviceDisconnected=false previousListenerDevice=50 currentListenerDevice=50 "
+                        "listenerDeviceChanged=false"),
+              1);
 
     hardware.removeDevice(kSpeakers);
     hardware.setDefaultDevice(kHeadphones);

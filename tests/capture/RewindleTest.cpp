@@ -115,6 +115,14 @@ TEST_F(RewindleTest, FadesOutTheEndOfWhatWasStoredAndFadesInWhatComesAfterAResta
     EXPECT_EQ(stored[1480], 1.0F);
 }
 
+TEST_F(RewindleTest, FadesInAfterARestartThatCameBeforeAnyAudio) {
+    start();
+    switchTo(kHeadphones);
+    hardware.play({1}, {1});
+    deliver();
+    EXPECT_THAT(left(), ElementsAre(1.0F / 480));
+}
+
 TEST_F(RewindleTest, RetriesAFirstStartEveryThreeSecondsAndReportsItOnce) {
     hardware.setDefaultDevice(kNoAudioObject);
     start();

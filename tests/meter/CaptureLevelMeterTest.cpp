@@ -29,8 +29,8 @@ protected:
     void expectBoth(float displayDb, float holdDb) {
         for (const int channel : {0, 1}) {
             SCOPED_TRACE(channel);
-            EXPECT_NEAR(meter.displayDb(channel), displayDb, displayDb == -48 ? 0 : 1e-3F);
-            EXPECT_NEAR(meter.holdDb(channel), holdDb, holdDb == -48 ? 0 : 1e-3F);
+            EXPECT_NEAR(meter.displayDb(channel), displayDb, displayDb == -48 ? 0 : 1e-4F);
+            EXPECT_NEAR(meter.holdDb(channel), holdDb, holdDb == 0 || holdDb == -48 ? 0 : 1e-4F);
         }
     }
 
