@@ -104,5 +104,14 @@ TEST_F(FailingCaptureRestartTest, ARouteEventTakesThePlaceOfTheRetryThatWaits) {
     EXPECT_EQ(restarts().size(), 4U) << "the retry ran beside the restart";
 }
 
+TEST_F(FailingCaptureRestartTest, DoesNothingWhenItIsGoneBeforeItsTimeComes) {
+    loseOutput();
+    queues.runFor(100ms);
+    queues.control.sync([&] { tap.reset(); });
+    const auto tries = restarts().size();
+    queues.runFor(10s);
+    EXPECT_EQ(restarts().size(), tries);
+}
+
 } // namespace
 } // namespace rewindle::test
