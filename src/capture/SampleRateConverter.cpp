@@ -43,8 +43,7 @@ void filterFrames(const float* taps, std::int64_t tapCount, const float* left, c
 } // namespace
 
 SampleRateConverter::SampleRateConverter(std::int64_t inputRate, std::int64_t outputRate)
-    : filter_(inputRate, outputRate), outputRate_(outputRate),
-      delayWhole_(filter_.delayFrames * filter_.inputStep / filter_.outputStep),
+    : filter_(inputRate, outputRate), delayWhole_(filter_.delayFrames * filter_.inputStep / filter_.outputStep),
       delayPhase_(filter_.delayFrames * filter_.inputStep % filter_.outputStep),
       stepWhole_(filter_.inputStep / filter_.outputStep), stepPhase_(filter_.inputStep % filter_.outputStep),
       historyFrames_(delayWhole_ + filter_.halfTaps), left_(static_cast<std::size_t>(historyFrames_ + kBlockFrames)),
@@ -52,10 +51,6 @@ SampleRateConverter::SampleRateConverter(std::int64_t inputRate, std::int64_t ou
       next_(historyFrames_) {
     std::fill_n(left_.data(), historyFrames_, 0.0F);
     std::fill_n(right_.data(), historyFrames_, 0.0F);
-}
-
-double SampleRateConverter::delaySeconds() const noexcept {
-    return static_cast<double>(filter_.delayFrames) / static_cast<double>(outputRate_);
 }
 
 std::int64_t SampleRateConverter::process(StereoInput& input, float* outLeft, float* outRight,

@@ -37,7 +37,6 @@ public:
                          std::int64_t capacity) noexcept REWINDLE_NONBLOCKING;
 
     [[nodiscard]] std::int64_t delayFrames() const noexcept { return filter_.delayFrames; }
-    [[nodiscard]] double delaySeconds() const noexcept;
 
 private:
     void takeIn(StereoInput& input) noexcept;
@@ -47,7 +46,6 @@ private:
     void moveOn(std::int64_t whole, std::int64_t phase) noexcept;
 
     PolyphaseFilter filter_;
-    const std::int64_t outputRate_;
     // In input frames, a whole number and a fraction over filter_.outputStep:
     const std::int64_t delayWhole_; // the delay
     const std::int64_t delayPhase_;

@@ -127,11 +127,6 @@ bool QtWindow::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     switch (event->type()) {
-    case QEvent::Close:
-        if (!onClose_) break;
-        event->ignore();
-        onClose_();
-        return true;
     case QEvent::Show:
     case QEvent::WinIdChange: watchHandle(); break;
     case QEvent::Hide:

@@ -32,9 +32,6 @@ class QtWindow final : public QObject, public Window {
 public:
     QtWindow(QWidget& widget, WindowActivator& activator);
 
-    /// What happens instead when the user closes the window, or somebody calls `QWidget::close`.
-    void setCloseHandler(std::function<void()> onClose) { onClose_ = std::move(onClose); }
-
     [[nodiscard]] bool isVisible() const override;
     [[nodiscard]] bool isMiniaturized() const override;
     [[nodiscard]] bool isFullScreen() const override;
@@ -68,7 +65,6 @@ private:
 
     QWidget& widget_;
     WindowActivator& activator_;
-    std::function<void()> onClose_;
     std::vector<std::function<void()>> onLeftFullScreen_; // not empty: on the way out of full screen
     std::vector<std::function<void()>> onDrawn_;
     QTimer drawing_;  // active while somebody waits for a frame
