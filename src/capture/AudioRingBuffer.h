@@ -21,9 +21,9 @@ namespace rewindle {
 /// Shape:     stereo float32 at 48,000 frames per second, one array per channel; per bucket of 128 frames the
 ///            minimum and maximum of the mono mix (L + R) / 2 and the peak max(|L|, |R|).
 /// Units:     positions are absolute frame numbers since the first append; they survive a resize copy.
-/// Threads:   one writer at a time for append and fadeOutTail; everything else from any thread.
+/// Threads:   one writer at a time for append, fadeOutTail and copyFramesAsWriter; everything else from any thread.
 /// Real time: append and fadeOutTail allocate nothing and block on one short lock. The column read blocks
-///            nobody in the common case.
+///            nobody in the common case. All others hold the lock for as long as they copy or look.
 /// Errors:    ranges are clamped to what is held; a buffer in a wrong format is ignored.
 class AudioRingBuffer {
 public:
@@ -50,6 +50,10 @@ public:
     /// Fades the newest `frames` frames (fewer when fewer are held) in a straight line to exactly 0 at the
     /// newest.
     void fadeOutTail(std::int64_t frames) noexcept;
+    /// Copies [start, end) without the lock, so that no reader waits for it: only the writer changes what is held.
+    /// Requires: all of it is held; both spans are as long.
+    void copyFramesAsWriter(std::int64_t start, std::int64_t end, std::span<float> left,
+                            std::span<float> right) const;
 
     // Any thread
 
@@ -66,10 +70,6 @@ public:
     /// The same, copied `chunkFrames` at a time with the buffer frozen meanwhile, so that no append waits for
     /// long.
     [[nodiscard]] StereoSamples copyFramesInChunks(std::int64_t start, std::int64_t end, std::int64_t chunkFrames);
-    /// The same into storage that is there already; returns how many frames. Requires: both spans hold them
-    /// all.
-    std::int64_t copyFramesInChunks(std::int64_t start, std::int64_t end, std::int64_t chunkFrames,
-                                    std::span<float> left, std::span<float> right);
     /// The largest absolute sample of both channels in [start, end); 0 when nothing of it is held.
     [[nodiscard]] float peakAmplitude(std::int64_t start, std::int64_t end) const;
     /// Fills `count` columns of `framesPerColumn` frames from `startFrame` on, none beyond `endLimit`, with
@@ -87,7 +87,7 @@ private:
     class CopyFreeze;
     class SummaryBatch;
 
-    // All of these under the lock
+    // All of these under the lock, or by the writer
     [[nodiscard]] FrameRange clamped(std::int64_t start, std::int64_t end) const;
     [[nodiscard]] std::int64_t slotOf(std::int64_t frame) const;
     /// Calls `visit(slot, offset, frames)` for each stretch of storage in which `range` lies; `offset` counts

@@ -85,13 +85,12 @@ StereoSamples AudioRingBuffer::copyFramesInChunks(std::int64_t start, std::int64
     return samples;
 }
 
-std::int64_t AudioRingBuffer::copyFramesInChunks(std::int64_t start, std::int64_t end, std::int64_t chunkFrames,
-                                                 std::span<float> left, std::span<float> right) {
-    const CopyFreeze freeze(*this, start, end);
-    const std::int64_t count = freeze.range().count();
-    assert(left.size() >= static_cast<std::size_t>(count) && right.size() >= static_cast<std::size_t>(count));
-    copyInChunks(freeze.range(), chunkFrames, left.data(), right.data());
-    return count;
+void AudioRingBuffer::copyFramesAsWriter(std::int64_t start, std::int64_t end, std::span<float> left,
+                                         std::span<float> right) const {
+    const FrameRange range = clamped(start, end);
+    assert(range.first == start && range.end == end);
+    assert(std::ssize(left) == range.count() && std::ssize(right) == range.count());
+    copyOut(range, left.data(), right.data());
 }
 
 void AudioRingBuffer::copyInChunks(const FrameRange& range, std::int64_t chunkFrames, float* left,

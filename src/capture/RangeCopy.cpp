@@ -1,13 +1,12 @@
 #include "capture/RangeCopy.h"
 
 #include <algorithm>
-#include <cassert>
 #include <span>
 
 namespace rewindle {
 namespace {
 
-constexpr std::int64_t kPieceFrames = 262'144; // readers of the picture wait for one piece at most
+constexpr std::int64_t kPieceFrames = 262'144; // an append waits for one piece at most
 
 } // namespace
 
@@ -26,9 +25,7 @@ void RangeCopy::copyPiece() {
     const auto room = [&](SampleArray& channel) {
         return std::span(channel.data() + (next_ - first_), static_cast<std::size_t>(count));
     };
-    [[maybe_unused]] const std::int64_t copied = ringBuffer_->copyFramesInChunks(
-        next_, next_ + count, kPieceFrames, room(samples_.left), room(samples_.right));
-    assert(copied == count); // nobody appends who does not let the copy go ahead
+    ringBuffer_->copyFramesAsWriter(next_, next_ + count, room(samples_.left), room(samples_.right));
     next_ += count;
 }
 
