@@ -94,14 +94,12 @@ bool reportShown(const LoadSession& session) {
 
 bool reportHidden(const LoadSession& session, double seconds) {
     const Process program(std::string(kProgram) + " --hidden 2>>" + session.folder() + "/log");
-    const Process recorder = session.record();
-    const Process player = session.play();
-    std::this_thread::sleep_for(3s); // past what starting costs
+    session.listenTo("out");
     std::vector<double> cpu;
     std::vector<double> switches;
-    for (const auto& row : watch({program.pid(), recorder.pid()}, seconds)) {
-        cpu.push_back(row[0].cpuSeconds / row[1].cpuSeconds);
-        switches.push_back(row[0].switches / (seconds / kWindows) / kCyclesPerSecond);
+    for (const auto& row : session.watchBesideRecorder(program.pid(), seconds)) {
+        cpu.push_back(row.program.cpuSeconds / row.recorder.cpuSeconds);
+        switches.push_back(row.program.switches / (seconds / kWindows) / kCyclesPerSecond);
     }
     if (session.retainedSeconds() < seconds) throw std::runtime_error("nothing was captured");
     const bool good = report("CPU while a sine plays, window hidden", median(cpu), "x pw-record", 1.0);

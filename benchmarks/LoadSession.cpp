@@ -6,6 +6,7 @@
 #include <fstream>
 #include <numbers>
 #include <stdexcept>
+#include <thread>
 #include <tuple>
 
 namespace rewindle::bench {
@@ -24,6 +25,7 @@ support::Sound sine(double seconds) {
 } // namespace
 
 LoadSession::LoadSession(const support::SessionParts& parts, double secondsOfSine) : session_(parts) {
+    session_.session("add-sink", "aside");
     session_.addDefaultSink("out");
     std::ignore = session_.run("pw-metadata -n settings 0 clock.force-quantum " + std::to_string(kQuantum));
     save(sine(secondsOfSine), session_.folder() / "sine.wav");
@@ -38,6 +40,24 @@ Process LoadSession::play(const std::string& file) const {
 
 Process LoadSession::record() const {
     return Process("exec pw-record -P '{ stream.capture.sink=true }' --target out " + folder() + "/record.wav");
+}
+
+std::vector<LoadSession::BesideRecorder> LoadSession::watchBesideRecorder(pid_t program, double seconds) const {
+    using namespace std::chrono_literals;
+    std::vector<BesideRecorder> sums(kWindows);
+    for (const bool recorderIsOlder : {true, false}) {
+        const Process recorder = record();
+        if (recorderIsOlder) { // the program is linked anew
+            listenTo("aside");
+            listenTo("out");
+        }
+        const Process player = play();
+        std::this_thread::sleep_for(3s); // past what starting costs
+        const auto rows = watch({program, recorder.pid()}, seconds / 2);
+        for (std::size_t i = 0; i < sums.size(); ++i)
+            sums[i] = {sums[i].program + rows[i][0], sums[i].recorder + rows[i][1]};
+    }
+    return sums;
 }
 
 std::string LoadSession::status(const std::string& key) const {

@@ -1,13 +1,17 @@
 #pragma once
 
+#include "ProcessUsage.h"
 #include "support/PrivateSession.h"
+
+#include <string>
+#include <vector>
 
 namespace rewindle::bench {
 
 constexpr int kQuantum = 1024;
 constexpr double kCyclesPerSecond = 48'000.0 / kQuantum;
 
-/// A private session whose graph runs in cycles of `kQuantum` frames, with one output, a sine to play on it,
+/// A private session whose graph runs in cycles of `kQuantum` frames, with an output, a sine to play on it,
 /// and the user's consent.
 class LoadSession {
 public:
@@ -20,6 +24,16 @@ public:
     [[nodiscard]] support::Process play(const std::string& file) const;
     /// A stock recorder of what plays.
     [[nodiscard]] support::Process record() const;
+    /// Makes a sink the default and waits until the running program captures from it.
+    void listenTo(const std::string& sink) const;
+    /// What a program takes beside a recorder while a sine plays.
+    struct BesideRecorder {
+        Usage program;
+        Usage recorder;
+    };
+    /// One row per window of time, `seconds` together. Each row is the sum of a window in which the recorder was linked
+    /// to the output first, and one in which the program was: who comes first pays for waking the others.
+    [[nodiscard]] std::vector<BesideRecorder> watchBesideRecorder(pid_t program, double seconds) const;
     /// Of the output: suspended, idle or running.
     [[nodiscard]] std::string state() const { return session_.session("state", "out"); }
     /// How much the running program holds.
@@ -34,7 +48,6 @@ public:
 private:
     /// One word of what the running program says of itself.
     [[nodiscard]] std::string status(const std::string& key) const;
-    void listenTo(const std::string& sink) const;
 
     support::PrivateSession session_;
 };

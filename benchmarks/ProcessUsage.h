@@ -11,6 +11,7 @@ namespace rewindle::bench {
 struct Usage {
     double cpuSeconds = 0;
     double switches = 0; // from one thread to another
+    Usage operator+(const Usage& other) const { return {cpuSeconds + other.cpuSeconds, switches + other.switches}; }
     Usage operator-(const Usage& other) const { return {cpuSeconds - other.cpuSeconds, switches - other.switches}; }
 };
 

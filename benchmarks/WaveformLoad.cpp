@@ -118,12 +118,9 @@ bool reportFrameRate(const LoadSession& session, const LiveWindow& live, int sca
 
 bool reportHidden(const std::string& name, const LoadSession& session, const LiveWindow& live, double seconds) {
     if (!support::eventually([&] { return live.log().isStopped(); })) throw std::runtime_error("the clock runs on");
-    const Process recorder = session.record();
-    const Process player = session.play();
-    std::this_thread::sleep_for(3s); // past what starting costs
     std::vector<double> cpu;
-    for (const auto& row : watch({live.pid(), recorder.pid()}, seconds))
-        cpu.push_back(row[0].cpuSeconds / row[1].cpuSeconds);
+    for (const auto& row : session.watchBesideRecorder(live.pid(), seconds))
+        cpu.push_back(row.program.cpuSeconds / row.recorder.cpuSeconds);
     if (!live.log().isStopped()) throw std::runtime_error("the window was seen");
     return report(name, median(cpu), "x pw-record", 1.0);
 }
