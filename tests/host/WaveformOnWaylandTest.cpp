@@ -3,6 +3,8 @@
 
 #include "host/LiveWaveform.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <fstream>
 #include <sstream>
@@ -83,6 +85,24 @@ TEST_P(WaveformOnWayland, FollowsAtTheScreensPaceAndRestsWhenItIsPaused) {
     ASSERT_TRUE(first);
     const auto marked = select(first->first + 10, first->first + 210);
     EXPECT_NEAR(marked.frames, 200 * framesPerPixel, 1);
+}
+
+// The compositor here gives each window all of its screen; the program asks for a strip at first.
+TEST(WindowOnWayland, KeepsTheSizeThatTheCompositorGaveIt) {
+    const PrivateSession session({.display = true, .wayland = true});
+    session.addDefaultSink("out");
+    const Recorder rewindle(
+        session, RecorderStart{.variables = "WAYLAND_DEBUG=1"}); // captures, which waits for the first frame
+    std::istringstream log(rewindle.log());
+    std::set<std::string> sizes;
+    bool isAgreed = false;
+    for (std::string line; std::getline(log, line);) {
+        isAgreed |= line.find(".ack_configure(") != line.npos;
+        const auto size = line.find("set_window_geometry(");
+        if (isAgreed && size != line.npos) sizes.insert(line.substr(size));
+    }
+    EXPECT_TRUE(isAgreed);
+    EXPECT_THAT(sizes, testing::Each(testing::EndsWith(", 720)")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Place, WaveformOnWayland, testing::Bool(),

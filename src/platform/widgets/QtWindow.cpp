@@ -155,6 +155,7 @@ void QtWindow::onSettled() {
         completion();
     if (!isMapped_ || !pendingFrame_) return;
     const auto pending = *std::exchange(pendingFrame_, std::nullopt);
+    if (!placesWindows() && widget_.size() != pending.content.size()) return; // the compositor gave it another
     moveFrame(QRect(pending.content.topLeft(), pending.content.size().grownBy(borders())), pending.animate);
 }
 
