@@ -130,31 +130,39 @@ void WaveformEditor::setZoom(double multiplier, double anchorX, bool centered) {
 
 void WaveformEditor::pan(double frames) {
     if (!ringBuffer_) return;
-    const double sum = withHeldBack(frames);
-    timeline_.pan(sum, capacity());
-    placeChangedByUser(sum);
+    timeline_.pan(withHeldBack(frames, timeline_.viewStartFrameTarget), capacity());
+    placeChangedByUser();
 }
 
 void WaveformEditor::drag(double frames) {
     if (!ringBuffer_) return;
-    const double sum = withHeldBack(frames);
-    timeline_.moveStartTo(timeline_.viewStartFrame + sum, capacity());
+    const double start = timeline_.viewStartFrame;
+    timeline_.moveStartTo(start + withHeldBack(frames, start), capacity());
     timeline_.updateOldestEdgeHold(capacity(), timeline_.cachedOldestStart);
-    placeChangedByUser(sum);
+    placeChangedByUser();
 }
 
-/// The view snaps to the live edge. Without a sum over the small steps of one movement it could not be pulled away.
-double WaveformEditor::withHeldBack(double frames) {
+/// The way from `start` that a movement of `frames` goes. The view snaps to the live edge and to the oldest: without a
+/// sum over the small steps of one movement it could not be pulled away from them.
+double WaveformEditor::withHeldBack(double frames, double start) {
     constexpr double kPauseSeconds = 0.3; // that ends a movement
     const double now = services_.clock.uptimeSeconds();
-    const bool goesOn = timeline_.followLive && now - std::exchange(lastMoveUptime_, now) <= kPauseSeconds;
-    return frames + (goesOn ? heldBackFrames_ : 0);
+    const bool goesOn = now - std::exchange(lastMoveUptime_, now) <= kPauseSeconds;
+    if (!goesOn) heldBackFrames_ = 0;
+    heldBackFrames_ += frames;
+    if (!goesOn || !(timeline_.followLive || timeline_.holdingOldestRetentionEdge)) return frames;
+    const double edge = timeline_.followLive ? timeline_.cachedLiveMaxStart : timeline_.cachedOldestStart;
+    return edge + heldBackFrames_ - start;
 }
 
-void WaveformEditor::placeChangedByUser(double frames) {
+void WaveformEditor::placeChangedByUser() {
     if (auditionPlaying()) auditionCursor_.suppressAuditionViewportFollow = true;
     updateLiveFollowArming();
-    heldBackFrames_ = timeline_.followLive ? std::min(frames, 0.0) : 0;
+    if (timeline_.followLive) {
+        heldBackFrames_ = std::min(heldBackFrames_, 0.0);
+    } else {
+        heldBackFrames_ = timeline_.holdingOldestRetentionEdge ? std::max(heldBackFrames_, 0.0) : 0;
+    }
     changed();
 }
 

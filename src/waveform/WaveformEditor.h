@@ -102,8 +102,8 @@ private:
     void changed() const;
     void resetTimeline();
     void advanceAuditionCursor();
-    [[nodiscard]] double withHeldBack(double frames);
-    void placeChangedByUser(double frames);
+    [[nodiscard]] double withHeldBack(double frames, double start);
+    void placeChangedByUser();
     [[nodiscard]] std::optional<ClipRange> auditionRange() const;
 
     const Services services_;
@@ -114,7 +114,7 @@ private:
     WaveformTimelineModel timeline_;
     WaveformMarks marks_;
     AuditionCursor auditionCursor_;
-    double heldBackFrames_ = 0; // of a movement away from the live edge, too short so far to leave it
+    double heldBackFrames_ = 0; // of a movement away from an edge, too short so far to leave it
     double lastMoveUptime_ = 0;
 };
 

@@ -102,23 +102,36 @@ TEST_F(WaveformViewInputTest, ShiftMovesTheNearerEndOfTheSelectionOrSelectsFromT
     EXPECT_EQ(playhead(), 200);
 }
 
-TEST_F(WaveformViewInputTest, ASlowMovementLeavesTheLiveEdgeAsAFastOneDoesButSmallOnesWithPausesDoNot) {
+TEST_F(WaveformViewInputTest, ASlowMovementLeavesEitherEdgeAsAFastOneDoesButSmallOnesWithPausesDoNot) {
     tick(60);
-    const double edge = timeline().viewStartFrame;
-    double pointer = 400;
-    const auto drag = [&] { view->otherMouseDragged({{++pointer, 100}, {}, 1}); };
-    const auto scroll = [&] { view->scrollWheel({{400, 100}, 1, 0, true, {}}); };
-    for (const auto& step : {std::function<void()>(drag), std::function<void()>(scroll)}) {
-        view->otherMouseDown({{pointer, 100}, {}, 1});
-        for (int i = 0; i < 10; ++i, tick(20))
-            step();
-        EXPECT_TRUE(timeline().followLive);
-        tick(20);
-        for (int i = 0; i < 10; ++i, tick())
-            step();
-        EXPECT_FALSE(timeline().followLive);
-        EXPECT_NEAR(timeline().viewStartFrameTarget, edge - 10 * kFramesPerPoint, 1);
-        view->resumeLiveFollow();
+    const double liveEdge = timeline().viewStartFrame;
+    for (const bool live : {true, false}) {
+        SCOPED_TRACE(live);
+        const double step = live ? 1 : -1; // points, of what is shown
+        const auto isAtEdge = [&] { return live ? timeline().followLive : timeline().holdingOldestRetentionEdge; };
+        double pointer = 400;
+        const auto drag = [&] { view->otherMouseDragged({{pointer += step, 100}, {}, 1}); };
+        const auto scroll = [&] { view->scrollWheel({{400, 100}, step, 0, true, {}}); };
+        for (const auto& move : {std::function<void()>(drag), std::function<void()>(scroll)}) {
+            if (live) {
+                view->resumeLiveFollow();
+            } else {
+                view->jumpToOldest();
+            }
+            const double edge = live ? liveEdge : timeline().cachedOldestStart;
+            tick();
+            view->otherMouseDown({{pointer, 100}, {}, 1});
+            for (int i = 0; i < 10; ++i, tick(20))
+                move();
+            EXPECT_TRUE(isAtEdge());
+            tick(20);
+            for (int i = 0; i < 10; ++i) {
+                move();
+                if (i % 2) tick(); // two in a frame, as a fast pointing device has them
+            }
+            EXPECT_FALSE(isAtEdge());
+            EXPECT_NEAR(timeline().viewStartFrameTarget, edge - 10 * step * kFramesPerPoint, 1);
+        }
     }
 }
 
