@@ -33,7 +33,8 @@ public:
     [[nodiscard]] virtual std::optional<Rect> visibleFrame() const = 0;
     /// The frame that the window would have around content of that size and place.
     [[nodiscard]] virtual Rect frameRectForContentRect(const Rect& content) const = 0;
-    /// Moves and resizes; where the desktop alone places windows, it only resizes.
+    /// Moves and resizes; where the desktop alone places windows, it only resizes, and a window that
+    /// is not yet shown gets the size that the desktop then chooses.
     virtual void setFrame(const Rect& frame, bool animate) = 0;
 };
 

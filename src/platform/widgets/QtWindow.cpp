@@ -113,9 +113,10 @@ void QtWindow::setFrame(const Rect& frame, bool animate) {
     // The borders are not yet those that the window will have.
     const auto target = toQRect(frame);
     pendingFrame_ = PendingFrame{.content = QRect(target.topLeft(), target.size().shrunkBy(borders())),
-                                 .animate = animate && widget_.isVisible()};
+                                 .animate = animate && widget_.isVisible(),
+                                 .isApplied = !widget_.isVisible()};
     if (isMaximized) leaveState(Qt::WindowMaximized);
-    if (!widget_.isVisible()) applyFrame(target);
+    if (pendingFrame_->isApplied) applyFrame(target);
 }
 
 bool QtWindow::eventFilter(QObject* watched, QEvent* event) {
@@ -155,7 +156,8 @@ void QtWindow::onSettled() {
         completion();
     if (!isMapped_ || !pendingFrame_) return;
     const auto pending = *std::exchange(pendingFrame_, std::nullopt);
-    if (!placesWindows() && widget_.size() != pending.content.size()) return; // the compositor gave it another
+    const bool wasChanged = pending.isApplied && widget_.size() != pending.content.size();
+    if (wasChanged && !placesWindows()) return; // by the compositor, when it showed the window
     moveFrame(QRect(pending.content.topLeft(), pending.content.size().grownBy(borders())), pending.animate);
 }
 

@@ -51,6 +51,7 @@ private:
     struct PendingFrame {
         QRect content; // the content's size, at the frame's corner
         bool animate = false;
+        bool isApplied = false; // as well as it could be before the window was shown
     };
 
     void watchHandle();
