@@ -38,7 +38,7 @@ void CaptureChain::fetchPending() {
 }
 
 void CaptureChain::setFrozen(bool frozen) {
-    queue_.assertCurrent(); // so that no copy is under way, whose end would put its own flag back
+    queue_.assertCurrent(); // between two buffers, so that neither is cut
     ringBuffer_->setFrozen(frozen);
 }
 

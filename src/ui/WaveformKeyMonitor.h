@@ -11,8 +11,8 @@ namespace rewindle {
 class WaveformViewRepresentable;
 
 /// Gives the waveform the keys that are pressed in its window, whichever widget there has the keyboard, so that nobody
-/// has to click it first. Left out are presses with Ctrl, those that a text field wants, the space that presses a
-/// button, and all while a dialog waits for an answer.
+/// has to click it first; presses with Ctrl as key equivalents. Left out are those that a text field wants, the space
+/// that presses a button, and all while a dialog waits for an answer.
 ///
 /// Lifecycle: a child of the window.
 class WaveformKeyMonitor final : public QObject {
