@@ -17,7 +17,8 @@ using support::Process;
 support::Sound sine(double seconds) {
     support::Sound sound{std::vector<float>(2 * static_cast<std::size_t>(seconds * 48'000)), 48'000};
     for (std::size_t i = 0; i < sound.samples.size(); ++i) {
-        sound.samples[i] = 0.5F * static_cast<float>(std::sin(std::numbers::pi / 24 * static_cast<double>(i / 2)));
+        const std::size_t frame = i / 2;
+        sound.samples[i] = 0.5F * static_cast<float>(std::sin(std::numbers::pi / 24 * static_cast<double>(frame)));
     }
     return sound;
 }

@@ -52,6 +52,7 @@ std::vector<std::vector<Usage>> watch(const std::vector<pid_t>& pids, double sec
     std::vector<std::vector<Usage>> rows;
     const auto read = [&] {
         std::vector<Usage> now;
+        now.reserve(pids.size());
         for (const pid_t pid : pids)
             now.push_back(usageOf(pid));
         return now;

@@ -28,7 +28,7 @@ std::string rateText(double framesPerSecond) {
 
 std::shared_ptr<WindowAnimationDriver> WindowAnimationDriver::make(std::weak_ptr<AnimatedWindow> window,
                                                                    const FrameClockServices& services) {
-    const std::shared_ptr<WindowAnimationDriver> driver(new WindowAnimationDriver(std::move(window), services));
+    std::shared_ptr<WindowAnimationDriver> driver(new WindowAnimationDriver(std::move(window), services));
     driver->observe();
     return driver;
 }

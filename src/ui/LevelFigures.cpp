@@ -51,7 +51,7 @@ void LevelFigures::paintEvent(QPaintEvent* event) {
     const auto draw = [&](const QRect& rect, Qt::AlignmentFlag side, const QColor& color, const QString& text) {
         if (!event->rect().intersects(rect)) return;
         painter.setPen(color);
-        painter.drawText(rect, Qt::AlignVCenter | side, text);
+        painter.drawText(rect, static_cast<int>(Qt::AlignVCenter | side), text);
     };
     const auto& palette = theme_.palette();
     for (std::size_t channel = 0; channel < texts_.size(); ++channel) {

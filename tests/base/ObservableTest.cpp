@@ -34,7 +34,7 @@ TEST_F(ObservableTest, StopsTellingAnObserverWhoseObservationEnded) {
     auto first = value.observe(note(1));
     auto second = value.observe(note(2));
     auto moved = std::move(first);
-    first.reset(); // empty by now
+    first.reset(); // empty by now; NOLINT(bugprone-use-after-move)
     value.set(1);
     moved = std::move(second); // ends the first observer
     value.set(2);

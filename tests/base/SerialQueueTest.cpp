@@ -82,6 +82,7 @@ TEST(ThreadSerialQueueThreads, LosesNoWorkOfManyThreadsAndKeepsEachOnesOrder) {
     ThreadSerialQueue queue("many");
     {
         std::vector<std::jthread> threads;
+        threads.reserve(ran.size());
         for (auto& mine : ran) {
             threads.emplace_back([&queue, &mine] {
                 for (int i = 0; i < 500; ++i)

@@ -158,7 +158,7 @@ TEST(TapTimeAxis, AddsUpBreaksThatAreTooShortToTellFromJitter) {
     std::int64_t frames = axis.silenceBeforeCycle(0, 64, false) + 64;
     std::int64_t time = 0;
     for (int i = 0; i < 1'000; ++i) { // every second cycle of 64 frames is skipped
-        time += 2 * 64 * kSecond / 48'000;
+        time += kSecond * 2 * 64 / 48'000;
         frames += axis.silenceBeforeCycle(time, 64, false) + 64;
     }
     EXPECT_NEAR(static_cast<double>(frames), static_cast<double>(time) * 48e-6 + 64, 300);

@@ -161,6 +161,7 @@ TEST_F(Application, AQuestionThatNobodyAnsweredStoresNothingAndClosesWhenAnswere
 
 TEST_F(Application, OfManyStartsAtOnceOneRunsAndTheOthersHandOver) {
     std::vector<Process> starts;
+    starts.reserve(4);
     for (int i = 0; i < 4; ++i)
         starts.emplace_back("exec " REWINDLE_BINARY " 2>>" + (session.folder() / "starts.log").string());
     expectOnScreen(kWindow);

@@ -55,6 +55,7 @@ TEST_F(ClipExportHostTest, ExportsAtTheSameMomentFromSeveralThreadsAllKeepTheirO
     std::vector<Path> locations(8);
     {
         std::vector<std::jthread> exports;
+        exports.reserve(locations.size());
         for (Path& location : locations) {
             exports.emplace_back([&] {
                 auto result = exportClip(samples, samples, home.path, "rewindle", services);

@@ -77,7 +77,7 @@ TEST(LockedAudioMemoryTest, TakesNoMemoryBeforeItIsWrittenAndThenAPageAtATime) {
 TEST(LockedAudioMemoryTest, IsLeftOutOfCoreDumpsAndLockedWhereTheLimitsAllow) {
     CapturingLogSink log;
     LockedAudioMemory memory(log);
-    const auto block = memory.allocate(16 * 1024);
+    const auto block = memory.allocate(std::size_t{16} * 1024);
     const std::string properties = propertiesOf(block.get());
     EXPECT_NE(properties.find(" dd "), std::string::npos) << properties;
     if (log.lines().empty()) {

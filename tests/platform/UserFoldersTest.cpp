@@ -32,6 +32,7 @@ TEST(UserFoldersTest, FindsTheMusicFolderAsTheDesktopWritesIt) {
 }
 
 TEST(UserFoldersTest, ComeFromTheEnvironmentWhenItGivesAbsolutePathsAndElseFromTheUserDatabase) {
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
     ::setenv("HOME", "/home/somebody", 1);
     ::setenv("XDG_CONFIG_HOME", "/etc/somebody", 1);
     EXPECT_EQ(currentUserFolders().home, "/home/somebody");
@@ -39,6 +40,7 @@ TEST(UserFoldersTest, ComeFromTheEnvironmentWhenItGivesAbsolutePathsAndElseFromT
     ::setenv("XDG_CONFIG_HOME", "relative", 1);
     EXPECT_EQ(currentUserFolders().config, "/home/somebody/.config");
     ::unsetenv("HOME");
+    // NOLINTEND(concurrency-mt-unsafe)
     EXPECT_TRUE(currentUserFolders().home.is_absolute());
     EXPECT_NE(currentUserFolders().home, "/home/somebody");
 }

@@ -5,6 +5,8 @@
 #include "render/ShaderFunctions.h"
 #include "render/TripleBuffer.h"
 
+#include <gmock/gmock.h>
+
 namespace rewindle::test {
 namespace {
 

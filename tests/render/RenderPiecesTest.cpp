@@ -5,6 +5,8 @@
 #include "render/TextureBuilders.h"
 #include "render/WaveUniforms.h"
 
+#include <gmock/gmock.h>
+
 #include <array>
 #include <cstring>
 #include <limits>
@@ -125,12 +127,11 @@ TEST(RendererChoice, FollowsTheEnvironmentAndNeverShowsAGpuThatIsNotThere) {
         GpuKind found;
         bool drawsIfAutomatic, drawsIfForced;
     };
-    for (const auto& [found, drawsIfAutomatic, drawsIfForced] :
-         {Case{GpuKind::hardware, true, true}, Case{GpuKind::software, false, true},
-          Case{GpuKind::none, false, false}}) {
-        const auto probe = [&] { return GpuProbeAnswer{.kind = found}; };
-        EXPECT_EQ(drawsWithGpu(automatic, true, probe), drawsIfAutomatic);
-        EXPECT_EQ(drawsWithGpu(gpu, true, probe), drawsIfForced);
+    for (const auto& test : {Case{GpuKind::hardware, true, true}, Case{GpuKind::software, false, true},
+                             Case{GpuKind::none, false, false}}) {
+        const auto probe = [&] { return GpuProbeAnswer{.kind = test.found}; };
+        EXPECT_EQ(drawsWithGpu(automatic, true, probe), test.drawsIfAutomatic);
+        EXPECT_EQ(drawsWithGpu(gpu, true, probe), test.drawsIfForced);
         EXPECT_FALSE(drawsWithGpu(gpu, false, probe));
         EXPECT_FALSE(drawsWithGpu(twoDimensional, true, probe));
     }

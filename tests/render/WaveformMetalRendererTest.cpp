@@ -5,6 +5,8 @@
 #include "fakes/FakeGpuDevice.h"
 #include "fakes/ManualClock.h"
 
+#include <gmock/gmock.h>
+
 #include <limits>
 
 namespace rewindle::test {

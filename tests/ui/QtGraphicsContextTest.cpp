@@ -29,8 +29,9 @@ double coveredShare(const EnvelopeStrip& strip, double scale, int x, int y) {
     const double width = static_cast<double>(std::max<std::size_t>(strip.maxima.size(), 2) - 1);
     int inside = 0;
     for (int i = 0; i < kPoints * kPoints; ++i) {
-        const double column = ((x + (i % kPoints + 0.5) / kPoints) / scale - strip.firstX) / strip.columnStride;
-        const double amplitude = (strip.midY - (y + (i / kPoints + 0.5) / kPoints) / scale) / strip.amplitudeScale;
+        const int across = i % kPoints, down = i / kPoints;
+        const double column = ((x + (across + 0.5) / kPoints) / scale - strip.firstX) / strip.columnStride;
+        const double amplitude = (strip.midY - (y + (down + 0.5) / kPoints) / scale) / strip.amplitudeScale;
         if (column < 0 || column >= width) continue;
         if (amplitude <= value(strip.maxima, column) && amplitude >= value(strip.minima, column)) ++inside;
     }

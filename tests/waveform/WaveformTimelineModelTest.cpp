@@ -5,8 +5,8 @@
 namespace rewindle::test {
 namespace {
 
-constexpr std::int64_t kCapacity = 30 * 48'000;
-constexpr double kVisible = kCapacity; // at zoom 1
+constexpr std::int64_t kCapacity = 1'440'000; // 30 s
+constexpr double kVisible = kCapacity;        // at zoom 1
 constexpr double kThreshold = kVisible * 0.005;
 
 /// The rhythm of a clock: the length of tick number `index`.
@@ -269,7 +269,7 @@ TEST(WaveformTimelineModelTest, ZoomsAboutTheAnchorWithinTheLimits) {
     for (const auto& [asked, got] : limits)
         EXPECT_EQ(clampedZoom(asked, kCapacity), got);
     EXPECT_EQ(clampedZoom(1e6, 0), 32);
-    EXPECT_EQ(clampedZoom(1e6, 600 * 48'000), 640);
+    EXPECT_EQ(clampedZoom(1e6, 28'800'000), 640);
     timeline.setZoom(100, 0, false, kWidth, kCapacity);
     EXPECT_FALSE(timeline.setZoom(200, 0, false, kWidth, kCapacity)); // already as far as it goes
 }

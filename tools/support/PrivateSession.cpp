@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -34,12 +35,14 @@ void adopt(const Path& envFile) {
     for (std::size_t n = 0; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
         all.append(buffer, n);
     pclose(pipe);
+    // NOLINTBEGIN(concurrency-mt-unsafe): nothing else reads it meanwhile
     clearenv();
     std::istringstream entries(all);
     for (std::string entry; std::getline(entries, entry, '\0');) {
         const auto equals = entry.find('=');
         setenv(entry.substr(0, equals).c_str(), entry.substr(equals + 1).c_str(), 1);
     }
+    // NOLINTEND(concurrency-mt-unsafe)
 }
 
 } // namespace
@@ -86,9 +89,12 @@ PrivateSession::PrivateSession(const SessionParts& parts) {
 }
 
 PrivateSession::~PrivateSession() {
-    session("stop");
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+    try {
+        session("stop");
+        std::filesystem::remove_all(folder_);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "A private session could not be ended: %s\n", error.what());
+    }
 }
 
 std::string PrivateSession::session(const std::string& verb, const std::string& arguments) const {

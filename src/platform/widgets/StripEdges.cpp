@@ -20,7 +20,7 @@ void StripEdges::begin(int rows, double top, double bottom) {
     top_ = top;
     bottom_ = bottom;
     upper_ = lower_ = {};
-    counts_.assign(static_cast<std::size_t>((rows + 3) * kColumns), 0);
+    counts_.assign(static_cast<std::size_t>(rows + 3) * kColumns, 0);
     stretches_.clear();
     shares_.clear();
 }
@@ -106,7 +106,7 @@ void StripEdges::addStretch(int block, Rows rows, FourFloats& covered) {
 void StripEdges::draw(std::uint32_t* pixels, int stride, int width, std::span<const std::uint32_t> colors) const {
     for (const auto& [block, rows, firstShare] : stretches_) {
         const auto* shares = &shares_[firstShare];
-        auto* four = pixels + static_cast<std::ptrdiff_t>(rows.first) * stride + block * kColumns;
+        auto* four = pixels + static_cast<std::ptrdiff_t>(rows.first) * stride + std::ptrdiff_t{block} * kColumns;
         const auto columns = static_cast<std::size_t>(std::min(kColumns, width - block * kColumns));
         for (int row = rows.first; row < rows.end; ++row, ++shares, four += stride) {
             const auto color = colors[static_cast<std::size_t>(row)];

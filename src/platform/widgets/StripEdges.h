@@ -65,7 +65,7 @@ private:
     void addFlat(int column, double y, double width);
     void addStretch(int block, Rows rows, FourFloats& covered);
     [[nodiscard]] Rows rowsOf(const Extent& extent) const;
-    [[nodiscard]] float* counts(int row) { return &counts_[static_cast<std::size_t>(row * kColumns)]; }
+    [[nodiscard]] float* counts(int row) { return &counts_[static_cast<std::size_t>(row) * kColumns]; }
 
     int height_ = 0;
     double top_ = 0, bottom_ = 0;
