@@ -37,6 +37,7 @@ TEST(QuadBuilders, CoverTheRectangleWithTwoTrianglesFromTheTopLeft) {
     std::vector<TexVertex> textured;
     appendTexturedQuad(textured, {10, 20, 30, 40}, {100, 200});
     std::vector<Floats> vertices;
+    vertices.reserve(textured.size());
     for (const auto& v : textured)
         vertices.push_back({v.position[0], v.position[1], v.uv[0], v.uv[1]});
     const Floats topLeft{-0.8F, 0.8F, 0, 0}, topRight{-0.2F, 0.8F, 1, 0}, bottomLeft{-0.8F, 0.4F, 0, 1},

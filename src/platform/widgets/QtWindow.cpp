@@ -6,7 +6,6 @@
 #include <QStyle>
 #include <QWindow>
 
-#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -16,8 +15,6 @@ namespace {
 constexpr auto kFrameAnimationTime = std::chrono::milliseconds(200);
 /// A window manager that does not resize a window when its state changes keeps nobody waiting longer.
 constexpr auto kSettleLimit = std::chrono::milliseconds(1'000);
-/// Many times what a window takes to appear on a desktop that is not busy.
-constexpr auto kFrameLimit = std::chrono::milliseconds(250);
 
 QRect toQRect(const Rect& rect) {
     return QRectF(rect.x, rect.y, rect.width, rect.height).toRect();
@@ -33,7 +30,8 @@ bool placesWindows() {
 
 } // namespace
 
-QtWindow::QtWindow(QWidget& widget, WindowActivator& activator) : widget_(widget), activator_(activator) {
+QtWindow::QtWindow(QWidget& widget, WindowActivator& activator, std::chrono::milliseconds frameLimit)
+    : widget_(widget), activator_(activator), frameLimit_(frameLimit) {
     widget_.installEventFilter(this);
     watchHandle();
     drawing_.setSingleShot(true);
@@ -82,7 +80,7 @@ void QtWindow::leaveFullScreen(std::function<void()> completion) {
 
 void QtWindow::afterNextFrame(std::function<void()> work) {
     onDrawn_.push_back(std::move(work));
-    if (!drawing_.isActive()) drawing_.start(kFrameLimit);
+    if (!drawing_.isActive()) drawing_.start(frameLimit_);
 }
 
 void QtWindow::onDrawn() {

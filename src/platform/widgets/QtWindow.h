@@ -12,6 +12,7 @@
 #include <QWidget>
 #include <QWindow>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -30,7 +31,10 @@ class QtWindow final : public QObject, public Window {
     Q_OBJECT
 
 public:
-    QtWindow(QWidget& widget, WindowActivator& activator);
+    /// What waits for a frame waits for at most `frameLimit`: many times what a window takes to appear on a desktop
+    /// that is not busy.
+    QtWindow(QWidget& widget, WindowActivator& activator,
+             std::chrono::milliseconds frameLimit = std::chrono::milliseconds(250));
 
     [[nodiscard]] bool isVisible() const override;
     [[nodiscard]] bool isMiniaturized() const override;
@@ -66,6 +70,7 @@ private:
 
     QWidget& widget_;
     WindowActivator& activator_;
+    const std::chrono::milliseconds frameLimit_;
     std::vector<std::function<void()>> onLeftFullScreen_; // not empty: on the way out of full screen
     std::vector<std::function<void()>> onDrawn_;
     QTimer drawing_;  // active while somebody waits for a frame
