@@ -42,16 +42,18 @@ Pixel Picture::at(int x, int y) const {
 
 void Picture::findHead(const Color& color) {
     const int row = height - 3;
-    int first = -1, last = -1;
+    const auto wanted = pixelOf(color);
+    int first = -1, last = -1, whole = -1; // the one that shows nothing of what is behind the line
     for (int x = 0; x < width; ++x) {
-        if (distance(at(x, row), pixelOf(color)) > 120) continue;
-        if (first < 0) first = x;
+        if (distance(at(x, row), wanted) > 120) continue;
+        if (first < 0) first = whole = x;
+        if (distance(at(x, row), wanted) < distance(at(whole, row), wanted)) whole = x;
         last = x;
     }
     if (first < 0) return;
     head = (first + last + 1) / 2.0;
     bottom = height;
-    for (top = row; top > 0 && distance(at(first, top - 1), at(first, row)) < 24;)
+    for (top = row; top > 0 && distance(at(whole, top - 1), at(whole, row)) < 24;)
         --top;
 }
 
