@@ -25,7 +25,7 @@ public:
     Recorder(const PrivateSession& session, const RecorderStart& start);
     /// The same, headless, with access granted.
     explicit Recorder(const PrivateSession& session, const std::string& options = {}, bool capturing = true);
-    /// Shows its log when the test has failed.
+    /// Shows its log, and the sound server's, when the test has failed.
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
