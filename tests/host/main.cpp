@@ -8,7 +8,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
