@@ -1,7 +1,7 @@
 // blit_window WIDTH HEIGHT: a window of that many points that shows a picture of its own size sixty times a second, and
 // does nothing else: what it costs to draw live is compared with it.
 
-#include "platform/widgets/TimerFd.h"
+#include "host/windows/TimerFd.h"
 
 #include <QApplication>
 #include <QImage>

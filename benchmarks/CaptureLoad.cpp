@@ -7,9 +7,9 @@
 #include "LoadSession.h"
 #include "ProcessUsage.h"
 #include "base/ThreadSerialQueue.h"
-#include "capture/Rewindle.h"
-#include "platform/files/LockedAudioMemory.h"
-#include "platform/pipewire/PipeWireAudioHardware.h"
+#include "capture/engine/Rewindle.h"
+#include "host/files/LockedAudioMemory.h"
+#include "host/pipewire/PipeWireAudioHardware.h"
 
 #include <chrono>
 #include <csignal>

@@ -2,8 +2,8 @@
 
 #include "base/Clock.h"
 #include "base/SampleArray.h"
-#include "platform/files/PosixFileSystem.h"
-#include "platform/files/SndfileWriter.h"
+#include "host/files/PosixFileSystem.h"
+#include "host/files/SndfileWriter.h"
 #include "waveform/ClipExport.h"
 
 #include <array>

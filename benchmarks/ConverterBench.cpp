@@ -1,6 +1,6 @@
 #include "Bench.h"
 
-#include "capture/AudioBufferListConverter.h"
+#include "capture/signal/AudioBufferListConverter.h"
 
 #include <memory>
 #include <soxr.h>

@@ -2,7 +2,7 @@
 #include "LinearRead.h"
 #include "PageMemory.h"
 
-#include "capture/AudioRingBuffer.h"
+#include "capture/ring/AudioRingBuffer.h"
 
 #include <array>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "Bench.h"
 
 #include "base/Clock.h"
-#include "capture/CaptureSeamSoftener.h"
+#include "capture/signal/CaptureSeamSoftener.h"
 #include "meter/CaptureLevelMeter.h"
 
 #include <cmath>

@@ -3,7 +3,7 @@
 #include "app/AudioCapturePermissionModel.h"
 #include "base/Log.h"
 #include "base/Observable.h"
-#include "capture/Rewindle.h"
+#include "capture/engine/Rewindle.h"
 #include "settings/SettingsManager.h"
 #include "settings/ThemeManager.h"
 

@@ -1,6 +1,6 @@
 #include "program/FrameClocks.h"
 
-#include "platform/widgets/X11DisplayRefresh.h"
+#include "host/windows/X11DisplayRefresh.h"
 #include "program/Environment.h"
 
 namespace rewindle {

@@ -2,9 +2,9 @@
 
 #include "base/Clock.h"
 #include "base/Log.h"
-#include "platform/widgets/QtRepeatingTimers.h"
-#include "render/FrameTimingLog.h"
-#include "render/WindowAnimationDriver.h"
+#include "host/windows/QtRepeatingTimers.h"
+#include "render/clock/FrameTimingLog.h"
+#include "render/clock/WindowAnimationDriver.h"
 
 namespace rewindle {
 

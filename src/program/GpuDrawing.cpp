@@ -1,8 +1,8 @@
 #include "program/GpuDrawing.h"
 
-#include "platform/desktop/QtProcessLauncher.h"
+#include "host/process/QtProcessLauncher.h"
 #include "program/Environment.h"
-#include "render/RendererChoice.h"
+#include "render/gpu/RendererChoice.h"
 
 namespace rewindle {
 GpuDrawing::GpuDrawing(DefaultsStore& defaults, const Clock& clock, LogSink& log)

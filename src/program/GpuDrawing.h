@@ -1,10 +1,10 @@
 #pragma once
 
+#include "host/drawing/QtGpuProbe.h"
+#include "host/drawing/QtImageWriter.h"
+#include "host/drawing/QtWaveformSurface.h"
 #include "platform/DefaultsStore.h"
-#include "platform/widgets/QtGpuProbe.h"
-#include "platform/widgets/QtImageWriter.h"
-#include "platform/widgets/QtWaveformSurface.h"
-#include "render/GpuProbe.h"
+#include "render/gpu/GpuProbe.h"
 
 #include <functional>
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "base/Log.h"
-#include "platform/desktop/DbusApplication.h"
-#include "platform/desktop/DbusControlService.h"
-#include "platform/desktop/NoLoginItem.h"
-#include "platform/desktop/TerminationSignals.h"
+#include "host/control/DbusApplication.h"
+#include "host/control/DbusControlService.h"
+#include "host/process/NoLoginItem.h"
+#include "host/process/TerminationSignals.h"
 #include "program/SessionHost.h"
 
 #include <QCoreApplication>

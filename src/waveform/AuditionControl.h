@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/AudioRingBuffer.h"
+#include "capture/ring/AudioRingBuffer.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/Rewindle.h"
+#include "capture/engine/Rewindle.h"
 #include "waveform/CaptureFreeze.h"
 
 namespace rewindle {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Clock.h"
-#include "render/WindowAnimationDriver.h"
+#include "render/clock/WindowAnimationDriver.h"
 #include "waveform/AuditionControl.h"
 #include "waveform/AuditionCursor.h"
 #include "waveform/CaptureFreeze.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "render/WaveformFrame.h"
+#include "render/gpu/WaveformFrame.h"
 #include "settings/WaveformTheme.h"
 #include "waveform/AuditionCursor.h"
 #include "waveform/WaveformMarks.h"

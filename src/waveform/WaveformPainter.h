@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/GraphicsContext.h"
-#include "render/ContiguousRuns.h"
-#include "render/WaveformFrame.h"
+#include "render/gpu/ContiguousRuns.h"
+#include "render/gpu/WaveformFrame.h"
 #include "settings/WaveformTheme.h"
 #include "waveform/WaveformOverlays.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/WaveformFrame.h"
+#include "render/gpu/WaveformFrame.h"
 
 #include <span>
 

@@ -1,6 +1,6 @@
 #include "waveform/WaveformView.h"
 
-#include "render/ClockConfiguration.h"
+#include "render/clock/ClockConfiguration.h"
 
 #include <cmath>
 #include <string>

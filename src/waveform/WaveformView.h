@@ -2,8 +2,8 @@
 
 #include "platform/GraphicsContext.h"
 #include "platform/InputEvents.h"
-#include "render/DisplayClockClient.h"
-#include "render/FrameTimingLog.h"
+#include "render/clock/DisplayClockClient.h"
+#include "render/clock/FrameTimingLog.h"
 #include "settings/WaveformTheme.h"
 #include "waveform/ClipOutlets.h"
 #include "waveform/WaveformColumns.h"

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "app/Actions.h"
 #include "app/SessionFixture.h"
 #include "fakes/FakeCaptureControl.h"
-#include "ui/Actions.h"
-#include "ui/MainWindow.h"
-#include "ui/SettingsWindow.h"
+#include "ui/pages/MainWindow.h"
+#include "ui/pages/SettingsWindow.h"
 #include "waveform/WaveformViewFixture.h"
 
 #include <QApplication>

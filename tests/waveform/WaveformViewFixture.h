@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/RingSamples.h"
+#include "capture/ring/RingSamples.h"
 #include "fakes/CapturingLogSink.h"
 #include "fakes/FakeAnimatedWindow.h"
 #include "fakes/HeapAudioMemory.h"

@@ -1,6 +1,6 @@
 #include "screenshots/Scene.h"
 
-#include "ui/RootView.h"
+#include "ui/pages/RootView.h"
 
 #include <array>
 #include <cerrno>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/Actions.h"
 #include "app/AppSession.h"
 #include "fakes/CapturingLogSink.h"
 #include "fakes/FakeAudioHardware.h"
@@ -10,9 +11,8 @@
 #include "fakes/HeapAudioMemory.h"
 #include "fakes/ManualQueues.h"
 #include "fakes/ManualTimers.h"
-#include "ui/Actions.h"
-#include "ui/NightfallTheme.h"
-#include "ui/WaveformServices.h"
+#include "ui/components/NightfallTheme.h"
+#include "ui/waveform/WaveformServices.h"
 #include "waveform/EngineFreeze.h"
 #include "waveform/WaveformViewFixture.h"
 

@@ -2,9 +2,9 @@
 // display and no sound; QT_SCALE_FACTOR makes the pictures larger.
 
 #include "screenshots/Scene.h"
-#include "ui/MainWindow.h"
-#include "ui/NightfallDialog.h"
-#include "ui/SettingsWindow.h"
+#include "ui/components/NightfallDialog.h"
+#include "ui/pages/MainWindow.h"
+#include "ui/pages/SettingsWindow.h"
 
 #include <QApplication>
 #include <QPainter>

@@ -1,8 +1,8 @@
-#include "platform/widgets/QtWorkspace.h"
+#include "host/desktop/QtWorkspace.h"
 
-#include "host/desktop/DesktopTest.h"
 #include "host/desktop/OpenedUrls.h"
-#include "platform/widgets/QtFolderChooser.h"
+#include "host/desktop/QtFolderChooser.h"
+#include "host/windows/DesktopTest.h"
 
 #include <gmock/gmock.h>
 

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/SerialQueue.h"
+#include "capture/engine/RangeCopy.h"
+#include "capture/ring/AudioRingBuffer.h"
+#include "capture/signal/CaptureSeamSoftener.h"
+#include "meter/CaptureLevelMeter.h"
+#include "platform/AudioMemory.h"
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace rewindle {
+
+class CoreAudioTapCapture;
+
+/// What captured audio passes through on its way into memory: softener, meter, ring buffer.
+///
+/// Threads:   capture queue, except for `seamSoftener` and `levelMeter`, which say for themselves. Pieces
+///            of copies and replacements of the ring buffer are made there too, so each falls between two appends.
+/// Real time: `process` allocates nothing and blocks on one short lock at a time.
+class CaptureChain {
+public:
+    CaptureChain(std::int64_t durationSeconds, float gainDb, AudioMemory& memory, const Clock& clock,
+                 const SerialQueue& queue);
+    CaptureChain(const CaptureChain&) = delete;
+    CaptureChain& operator=(const CaptureChain&) = delete;
+
+    CaptureSeamSoftener seamSoftener;
+    CaptureLevelMeter levelMeter;
+
+    void process(const AudioPCMBuffer& buffer);
+    /// Fades out what was stored last and arms the fade-in of what comes next. Between the same two buffers,
+    /// the stored audio is faded once, however often a restart is tried.
+    void markSeam();
+
+    /// Names the source that `fetchPending` asks; null for none.
+    void follow(const std::shared_ptr<CoreAudioTapCapture>& tap) { tap_ = tap; }
+    /// Appends what the device still holds.
+    void fetchPending();
+
+    void setFrozen(bool frozen);
+    /// Begins to copy the frames [range.first, range.second), as far as they are held. Whoever asks makes the copy piece
+    /// by piece; nothing of it is overwritten before.
+    [[nodiscard]] std::shared_ptr<RangeCopy> beginCopy(std::pair<std::int64_t, std::int64_t> range);
+    /// Goes on in a ring buffer of another length, with the newest audio that fits; returns it. Null when the
+    /// length is the same.
+    std::shared_ptr<AudioRingBuffer> resize(std::int64_t durationSeconds);
+    [[nodiscard]] const std::shared_ptr<AudioRingBuffer>& ringBuffer() const { return ringBuffer_; }
+
+private:
+    void copyAheadOf(std::int64_t frames);
+
+    AudioMemory& memory_;
+    const SerialQueue& queue_; // the capture queue
+    std::shared_ptr<AudioRingBuffer> ringBuffer_;
+    std::weak_ptr<CoreAudioTapCapture> tap_;
+    std::vector<std::weak_ptr<RangeCopy>> copies_; // under way
+    std::int64_t seamFrame_ = 0; // frames written at the last seam; an empty buffer has nothing to fade
+};
+
+} // namespace rewindle

@@ -1,0 +1,72 @@
+#include "host/process/TerminationSignals.h"
+
+#include <atomic>
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace rewindle {
+namespace {
+
+// A handler has nothing but what is global. It may run on any thread, and may call write.
+std::atomic<int> pipeEnd{-1};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void onSignal(int) {
+    const int error = errno;
+    const char byte = 0;
+    [[maybe_unused]] const auto written = write(pipeEnd, &byte, 1);
+    errno = error;
+}
+
+/// nohup ignores the hang-up so that the program outlives its terminal.
+bool isIgnored(int signal) {
+    struct sigaction action {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals(std::function<void()> onFirst) : onFirst_(std::move(onFirst)) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return; // no descriptor left: the signals end the process
+    readEnd_ = ends[0];
+    writeEnd_ = ends[1];
+    pipeEnd = writeEnd_;
+    notifier_ = std::make_unique<QSocketNotifier>(readEnd_, QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { onReadable(); });
+    // These two end the program also when a shell started it in the background with the interrupt ignored.
+    handle(SIGINT);
+    handle(SIGTERM);
+    if (!isIgnored(SIGHUP)) handle(SIGHUP);
+}
+
+void TerminationSignals::handle(int signal) {
+    struct sigaction action {};
+    action.sa_handler = onSignal;
+    // The second one takes its default course, on whatever thread: an ignored interrupt, too, ends the program then.
+    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+    struct sigaction former {};
+    if (sigaction(signal, &action, &former) == 0) former_.emplace_back(signal, former);
+}
+
+TerminationSignals::~TerminationSignals() {
+    for (const auto& [signal, former] : former_)
+        sigaction(signal, &former, nullptr);
+    pipeEnd = -1;
+    notifier_.reset();
+    if (readEnd_ < 0) return;
+    close(readEnd_);
+    close(writeEnd_);
+}
+
+void TerminationSignals::onReadable() {
+    notifier_->setEnabled(false);
+    // Another of the three, too, is a second signal.
+    for (const auto& [signal, former] : former_)
+        std::signal(signal, SIG_DFL);
+    if (auto onFirst = std::exchange(onFirst_, nullptr)) onFirst();
+}
+
+} // namespace rewindle

@@ -1,0 +1,138 @@
+#include "capture/engine/EngineFixture.h"
+
+namespace rewindle::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+using RewindleCopyTest = EngineFixture;
+
+TEST_F(RewindleCopyTest, ChangesTheDurationTwiceAndKeepsTheNewestAudioUnderItsFrameNumbers) {
+    std::vector<std::pair<std::uint64_t, std::int64_t>> seen;
+    const auto observation = engine->ringBufferRevision().observe(
+        [&] { seen.emplace_back(engine->ringBufferRevision().get(), ring().durationSeconds); });
+    int completed = 0;
+    start();
+    play(std::size_t{45} * 48'000);
+    engine->setDuration(RecordingDuration::thirtySeconds, [&] { ++completed; }); // as it is: nothing happens
+    engine->setDuration(RecordingDuration::oneMinute, [&] { ++completed; });
+    deliver();
+    play(100); // waits in the device while the buffer is replaced
+    engine->setDuration(RecordingDuration::fortyFiveSeconds, [&] { ++completed; });
+    deliver();
+    EXPECT_EQ(completed, 3);
+    EXPECT_THAT(seen, ElementsAre(std::pair(1U, 60), std::pair(2U, 45)));
+    EXPECT_EQ(hardware.starts(), 1) << "capture was torn down";
+    EXPECT_EQ(ring().info(), (WaveformInfo{45 * 48'000 + 100, 100}));
+    EXPECT_EQ(left(), ramp(std::size_t{45} * 48'000, 100));
+}
+
+TEST_F(RewindleCopyTest, LosesNothingOfWhatIsPlayedDuringCopiesThatSpanEachOther) {
+    start();
+    play(1000);
+    copyAll([this] { play(700); }); // comes while the copy is made
+    copyAll([this] { play(1); });
+    queues.settle();
+    deliver();
+    copyAll();
+    queues.settle();
+    EXPECT_THAT(copies, ElementsAre(ramp(1000, 0), ramp(1700, 0), ramp(1701, 0)));
+}
+
+TEST_F(RewindleCopyTest, AFreezeOrItsEndAskedForDuringACopyStands) {
+    const struct {
+        const char* scenario;
+        bool frozenBefore;
+        bool frozenAfter;
+        std::vector<bool> askedDuringFirstCopy;
+        std::size_t framesInSecondCopy; // 100 before the copies, 10 in the first, 1 in the second
+    } cases[] = {
+        {"nothing asked", false, false, {}, 110},   {"nothing asked, frozen", true, true, {}, 100},
+        {"freeze", false, true, {true}, 110},       {"unfreeze", true, false, {false}, 100},
+        {"both", false, false, {true, false}, 110}, {"both, frozen", true, true, {false, true}, 100},
+    };
+    for (const auto& [scenario, frozenBefore, frozenAfter, asked, framesInSecondCopy] : cases) {
+        SCOPED_TRACE(scenario);
+        makeEngine(0);
+        copies.clear();
+        played = 0;
+        start();
+        play(100);
+        engine->setFrozen(frozenBefore);
+        copyAll([&, asked = asked] {
+            play(10);
+            for (const bool frozen : asked)
+                engine->setFrozen(frozen);
+        });
+        queues.capture.runDue();
+        copyAll([&] { play(1); });
+        queues.settle();
+        ASSERT_EQ(copies.size(), 2U);
+        EXPECT_EQ(copies[0], ramp(100, 0));
+        EXPECT_EQ(copies[1].size(), framesInSecondCopy);
+        EXPECT_EQ(ring().isFrozen(), frozenAfter);
+    }
+}
+
+TEST_F(RewindleCopyTest, ALongCopyIsWhatWasHeldWhateverComesBetweenItsPieces) {
+    constexpr std::size_t kAll = std::size_t{30} * 48'000;
+    const struct {
+        const char* scenario;
+        std::function<void()> meanwhile; // behind the first piece
+        std::int64_t framesWritten;
+    } cases[] = {
+        {"nothing", [] {}, kAll},
+        {"a little more", [this] { play(480); }, kAll + 480},
+        {"more than fits", [this] { play(kAll + 4'800); }, 2 * kAll + 4'800},
+        {"a freeze", [this] { engine->setFrozen(true), play(480); }, kAll + 480},
+        {"a longer buffer", [this] { engine->setDuration(RecordingDuration::oneMinute), play(480); }, kAll + 480},
+        {"the end of the run", [this] { engine->stop(); }, kAll},
+    };
+    for (const auto& [scenario, meanwhile, framesWritten] : cases) {
+        SCOPED_TRACE(scenario);
+        makeEngine(0);
+        copies.clear();
+        const auto first = played;
+        start();
+        play(1); // alone, so that no freed memory looks like the copy
+        play(kAll - 1);
+        copyAll();
+        queues.capture.async([&, meanwhile = meanwhile] {
+            EXPECT_FALSE(ring().isFrozen());
+            meanwhile();
+            hardware.wake();
+        });
+        queues.settle();
+        ASSERT_EQ(copies.size(), 1U);
+        EXPECT_TRUE(copies[0] == ramp(kAll, first));
+        EXPECT_EQ(ring().totalFramesWritten(), framesWritten);
+    }
+}
+
+TEST_F(RewindleCopyTest, StopsBehindACopyWithEverythingUntilThenKeptAsItIs) {
+    start();
+    play(300);
+    bool stopped = false;
+    copyAll([&] {
+        play(50);
+        engine->stop([&] { stopped = true; });
+    });
+    queues.settle();
+    EXPECT_TRUE(stopped);
+    EXPECT_EQ(hardware.liveObjects(), 0U);
+    EXPECT_TRUE(ring().isFrozen());
+    EXPECT_EQ(copies.at(0), ramp(300, 0));
+    EXPECT_EQ(left(), ramp(350, 0));
+    queues.runFor(10s);
+    EXPECT_EQ(left(), ramp(350, 0));
+
+    engine->unfreeze();
+    start();
+    play(5);
+    deliver();
+    EXPECT_EQ(left(), ramp(355, 0));
+}
+
+} // namespace
+} // namespace rewindle::test

@@ -1,0 +1,202 @@
+#include "capture/engine/EngineFixture.h"
+#include "fakes/AllocationCounter.h"
+
+namespace rewindle::test {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Call = FakeAudioHardware::Call;
+
+using RewindleTest = EngineFixture;
+
+TEST_F(RewindleTest, GainsAudioBeforeItIsMeteredAndStored) {
+    makeEngine(-20);
+    start();
+    hardware.play(std::vector<float>(1000, 1.0F), std::vector<float>(1000, 0.1F));
+    deliver();
+    EXPECT_EQ(left(), std::vector<float>(1000, 0.1F));
+    EXPECT_NEAR(engine->levelMeter().displayDb(0), -20, 1e-4);
+    EXPECT_NEAR(engine->levelMeter().displayDb(1), -40, 1e-4);
+}
+
+TEST_F(RewindleTest, AppliesEachDevicesGainFromItsFirstBuffer) {
+    auto withGains = callbacks();
+    withGains.captureGainDbForOutputDeviceUid = [](const std::string& uid) {
+        return uid == "speakers" ? -20.0F : 0.0F;
+    };
+    hardware.onStart = [&] { // audio comes before the start has even returned
+        hardware.play({1, 1}, {1, 1});
+        queues.capture.runDue();
+    };
+    engine->setLive(true); // or it would wait to be fetched
+    engine->start(withGains);
+    queues.settle();
+    EXPECT_THAT(left(), ElementsAre(0.1F, 0.1F));
+    hardware.onStart = nullptr;
+    engine->setLive(false);
+    EXPECT_EQ(hardware.pace(), DeliveryPace::relaxed);
+    switchTo(kHeadphones);
+    hardware.play(std::vector<float>(1000, 1.0F), std::vector<float>(1000, 1.0F));
+    deliver();
+    EXPECT_EQ(left().back(), 1.0F);
+    EXPECT_THAT(told, ElementsAre("device speakers", "device headphones"));
+}
+
+TEST_F(RewindleTest, TellsWhereCaptureRunsAndForgetsItWhenItNoLongerDoes) {
+    std::vector<std::string> seen;
+    const auto observation =
+        engine->outputDeviceUid().observe([&] { seen.push_back(engine->outputDeviceUid().get()); });
+    start();
+    start(); // does nothing
+    EXPECT_EQ(hardware.starts(), 1);
+    EXPECT_TRUE(engine->isRunning().get());
+    EXPECT_THAT(hardware.tapDescription().excludedProcesses, ElementsAre(77 + 1000)); // leaves itself out
+    hardware.refuse(Call::start, -110);
+    hardware.fire(AudioProperty::defaultOutputDevice);
+    queues.runFor(5s);
+    EXPECT_EQ(told.back(), "restart: Failed to start system audio capture (error -110).");
+    EXPECT_THAT(seen, ElementsAre("speakers", ""));
+    hardware.allow(Call::start);
+    queues.runFor(5s);
+    EXPECT_THAT(seen, ElementsAre("speakers", "", "speakers"));
+    engine->stop();
+    EXPECT_FALSE(engine->isRunning().get());
+    EXPECT_EQ(seen.back(), "");
+}
+
+TEST_F(RewindleTest, EndsTheOldTapBeforeAStartThatFollowsAStopAtOnce) {
+    start();
+    hardware.forgetCalls();
+    int completed = 0;
+    engine->stop([&] { ++completed; });
+    engine->stop([&] { ++completed; });
+    engine->unfreeze();
+    start();
+    EXPECT_EQ(completed, 2);
+    EXPECT_THAT(hardware.calls(), ElementsAre("stop", "destroy proc", "destroy aggregate", "destroy tap",
+                                              "create tap", "create aggregate", "create proc", "start"));
+    EXPECT_TRUE(engine->isRunning().get());
+    EXPECT_EQ(engine->outputDeviceUid().get(), "speakers");
+    EXPECT_FALSE(ring().isFrozen());
+}
+
+TEST_F(RewindleTest, HearsNothingMoreFromARunThatWasStopped) {
+    engine->start(callbacks());
+    queues.capture.runDue();
+    queues.control.runDue();
+    EXPECT_EQ(hardware.starts(), 1);
+    engine->stop(); // before the interface thread learns of the start
+    queues.settle();
+    EXPECT_EQ(engine->outputDeviceUid().get(), "");
+    EXPECT_THAT(told, IsEmpty());
+}
+
+TEST_F(RewindleTest, FadesOutTheEndOfWhatWasStoredAndFadesInWhatComesAfterARestart) {
+    start();
+    const std::vector<float> ones(1000, 1.0F);
+    hardware.play(ones, ones); // waits in the device: what was played belongs to the time before the seam
+    hardware.refuse(Call::start, -110);
+    hardware.switchTo(kHeadphones);
+    queues.runFor(1s); // three tries fail
+    hardware.allow(Call::start);
+    queues.runFor(1s);
+    hardware.play(ones, ones);
+    deliver();
+    const auto stored = left();
+    ASSERT_EQ(stored.size(), 2000U);
+    for (std::size_t i = 0; i < 480; ++i) {
+        ASSERT_NEAR(stored[520 + i], static_cast<float>(479 - i) / 479, 1e-6) << i;
+        ASSERT_NEAR(stored[1000 + i], static_cast<float>(i + 1) / 480, 1e-6) << i;
+    }
+    EXPECT_EQ(stored[519], 1.0F);
+    EXPECT_EQ(stored[999], 0.0F);
+    EXPECT_EQ(stored[1480], 1.0F);
+}
+
+TEST_F(RewindleTest, FadesInAfterARestartThatCameBeforeAnyAudio) {
+    start();
+    switchTo(kHeadphones);
+    hardware.play({1}, {1});
+    deliver();
+    EXPECT_THAT(left(), ElementsAre(1.0F / 480));
+}
+
+TEST_F(RewindleTest, RetriesAFirstStartEveryThreeSecondsAndReportsItOnce) {
+    hardware.setDefaultDevice(kNoAudioObject);
+    start();
+    EXPECT_TRUE(engine->isRunning().get());
+    EXPECT_EQ(engine->outputDeviceUid().get(), "");
+    queues.runFor(8s);
+    EXPECT_THAT(hardware.calls(),
+                ElementsAre("create tap", "destroy tap", "create tap", "destroy tap", "create tap", "destroy tap"));
+    EXPECT_THAT(told, ElementsAre("start: Failed to read Core Audio property (error 560227702)."));
+
+    hardware.setDefaultDevice(kSpeakers);
+    queues.runFor(3s);
+    EXPECT_EQ(engine->outputDeviceUid().get(), "speakers");
+    EXPECT_FALSE(queues.nextDue());
+
+    engine->stop();
+    hardware.setDefaultDevice(kNoAudioObject);
+    start();
+    EXPECT_EQ(told.size(), 3U) << "a device and a failure of the second start";
+    engine->stop();
+    queues.settle();
+    EXPECT_FALSE(queues.nextDue()) << "a try still waits";
+}
+
+TEST_F(RewindleTest, AllocatesNothingPerBufferOnceTheFirstHasCome) {
+    hardware.bufferFrames = 64; // the second is faded in still
+    for (const double rate : {48'000.0, 44'100.0, 44'099.0, 96'000.0}) {
+        SCOPED_TRACE(rate);
+        hardware.format.sampleRate = rate;
+        makeEngine(6);
+        start();
+        switchTo(kHeadphones);
+        const auto allocationsOfDelivering = [&](std::size_t frames) {
+            hardware.play(std::vector<float>(frames, 0.5F), std::vector<float>(frames, 0.5F));
+            std::uint64_t allocations = 0;
+            queues.capture.sync([&] {
+                const auto before = allocationsOfThisThread();
+                hardware.deliverPending(hardware.aggregate());
+                allocations = allocationsOfThisThread() - before;
+            });
+            return allocations;
+        };
+        allocationsOfDelivering(64);
+        const auto before = ring().totalFramesWritten();
+        for (int i = 0; i < 20; ++i) {
+            EXPECT_EQ(allocationsOfDelivering(4096), 0U);
+            engine->setGain(static_cast<float>(i), true);
+        }
+        EXPECT_GE(ring().totalFramesWritten(), before + 20 * 4096 / 2) << "nothing came";
+    }
+    const auto before = allocationsOfThisThread();
+    ::operator delete(::operator new(1));
+    EXPECT_GT(allocationsOfThisThread(), before) << "the counter does not count";
+}
+
+TEST_F(RewindleTest, TakesEverythingDownWhenDestroyedWithWorkStillWaiting) {
+    start();
+    play(10);
+    const auto lateCycle = hardware.lastProc();
+    hardware.fire(AudioProperty::defaultOutputDevice);
+    engine->stop([&] { told.emplace_back("stopped"); });
+    engine->start(callbacks());
+    engine->setDuration(RecordingDuration::oneMinute, [&] { told.emplace_back("resized"); });
+    engine->drain([&] { told.emplace_back("drained"); });
+    told.clear();
+    engine.reset();
+    EXPECT_EQ(hardware.liveObjects(), 0U);
+    const float sample = 1;
+    const AudioBuffer list[] = {{1, sizeof sample, &sample}, {1, sizeof sample, &sample}};
+    queues.capture.sync([&] { lateCycle(list); });
+    queues.runFor(10s);
+    EXPECT_THAT(told, IsEmpty());
+    EXPECT_EQ(hardware.liveObjects(), 0U);
+}
+
+} // namespace
+} // namespace rewindle::test

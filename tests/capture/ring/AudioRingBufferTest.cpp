@@ -1,0 +1,118 @@
+#include "capture/ring/AudioRingBuffer.h"
+
+#include "capture/ring/RingSamples.h"
+#include "fakes/HeapAudioMemory.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <limits>
+#include <sys/mman.h>
+
+namespace rewindle::test {
+namespace {
+
+constexpr std::int64_t kSecond = AudioRingBuffer::kFramesPerSecond;
+constexpr std::int64_t kEnd = std::numeric_limits<std::int64_t>::max();
+
+/// Address space with no memory behind it: the first touch ends the test.
+class ForbiddenMemory final : public AudioMemory {
+public:
+    Block allocate(std::size_t bytes) override {
+        void* block = ::mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (block == MAP_FAILED) throw std::bad_alloc();
+        return Block(block, Release{[](void* p, std::size_t size) { ::munmap(p, size); }, bytes});
+    }
+};
+
+class AudioRingBufferTest : public testing::Test {
+protected:
+    void append(std::int64_t frames, float left, float right) {
+        RingSamples samples(frames, left, right);
+        ring.append(samples.buffer());
+    }
+
+    HeapAudioMemory memory;
+    AudioRingBuffer ring{1, memory};
+};
+
+TEST_F(AudioRingBufferTest, TouchesNoMemoryUntilAudioComes) {
+    ForbiddenMemory untouchable;
+    const AudioRingBuffer longest(600, untouchable);
+    const AudioRingBuffer resized(300, untouchable, longest);
+    EXPECT_EQ(resized.info(), (WaveformInfo{0, 0}));
+    EXPECT_EQ(longest.copyFrames(0, kEnd).left.size(), 0u);
+}
+
+TEST_F(AudioRingBufferTest, StopsTheProcessForADurationThatCannotBe) {
+    for (const std::int64_t seconds : {std::int64_t{0}, std::int64_t{-1}, kEnd / kSecond + 1}) {
+        EXPECT_DEATH(AudioRingBuffer(seconds, memory), "duration");
+    }
+    EXPECT_THROW(AudioRingBuffer(kEnd / kSecond, memory), std::bad_alloc); // countable, but no address space
+}
+
+TEST_F(AudioRingBufferTest, DropsWhatItCannotTakeWhole) {
+    append(300, 0.5F, 0.25F);
+    RingSamples samples(100, 1, 1);
+    AudioPCMBuffer refused[6];
+    std::ranges::fill(refused, samples.buffer());
+    refused[0].channelCount = 1;
+    refused[1].isInterleaved = true;
+    refused[2].sampleFormat = SampleFormat::int16;
+    refused[3].frameLength = 0;
+    refused[4].channels[1] = nullptr;
+    refused[5].frameLength = -5;
+    for (const AudioPCMBuffer& buffer : refused)
+        ring.append(buffer);
+    EXPECT_EQ(ring.info(), (WaveformInfo{300, 0}));
+    EXPECT_EQ(ring.peakAmplitude(0, kEnd), 0.5F);
+}
+
+TEST_F(AudioRingBufferTest, CopiesOnlyWhatIsHeldOfARangeThatGoesToTheEndsOfTheNumbers) {
+    append(2 * kSecond + 100, 0.5F, 0.5F);
+    for (const auto& [start, end] : {std::pair(-kEnd, kSecond + 100), {2 * kSecond + 100, kEnd}, {kEnd, -kEnd}}) {
+        SCOPED_TRACE(testing::Message() << start << " to " << end);
+        EXPECT_TRUE(ring.copyFrames(start, end).left.empty());
+        EXPECT_TRUE(ring.copyFramesInChunks(start, end, 1000).right.empty());
+        EXPECT_EQ(ring.peakAmplitude(start, end), 0);
+    }
+    EXPECT_EQ(ring.copyFrames(-kEnd, kEnd).left.size(), static_cast<std::size_t>(kSecond));
+    EXPECT_EQ(ring.copyFramesInChunks(2 * kSecond, kEnd, 0).left.size(), 100u); // in chunks of at least one frame
+}
+
+TEST_F(AudioRingBufferTest, GrowsTheColumnArraysButNeverShrinksThem) {
+    append(1280, 0.5F, 0.5F);
+    std::vector<float> mins, maxs;
+    ring.readSummaryColumns(8, mins, maxs, 0, 128, 1e18);
+    ring.readSummaryColumns(3, mins, maxs, 0, 128, 0); // empty, all three
+    EXPECT_EQ(mins.size(), 8u);
+    EXPECT_EQ(mins[3], 0.5F);
+    for (const auto& [count, width] : {std::pair(0, 128.0), {-1, 128.0}, {8, 0.0}, {8, -1.0}}) {
+        const auto info = ring.readSummaryColumns(count, mins, maxs, 0, width, 1e18);
+        EXPECT_EQ(info, (WaveformInfo{1280, 0}));
+        EXPECT_EQ(maxs[7], 0.5F);
+    }
+}
+
+TEST(WaveformSummary, TurnsReadersWithoutTheLockAwayWhileItChanges) {
+    HeapAudioMemory memory;
+    WaveformSummary summary(8, memory);
+    const ColumnRequest request{1, 0, 128, 1e18};
+    float min = 0;
+    float max = 0;
+    {
+        WaveformSummary::Change change(summary);
+        EXPECT_EQ(summary.tryReadColumns(request, &min, &max), (WaveformInfo{0, 0})); // nothing is stored yet
+        const BucketValues values{-1, 1, 1};
+        change.store(0, {&values, 1});
+        EXPECT_EQ(summary.tryReadColumns(request, &min, &max), std::nullopt);
+        change.store({.committedBuckets = 1, .totalFramesWritten = 128});
+        EXPECT_EQ(summary.tryReadColumns(request, &min, &max), std::nullopt);
+        EXPECT_EQ(summary.readColumns(request, &min, &max), (WaveformInfo{128, 0}));
+        EXPECT_EQ(min, -1);
+    }
+    EXPECT_EQ(summary.tryReadColumns(request, &min, &max), (WaveformInfo{128, 0}));
+    EXPECT_EQ(max, 1);
+}
+
+} // namespace
+} // namespace rewindle::test

@@ -1,0 +1,96 @@
+#include "capture/signal/CaptureSeamSoftener.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <optional>
+#include <vector>
+
+namespace rewindle::test {
+namespace {
+
+/// The gains that a softener gives to the next frames, seen through a signal of ones on the left and minus
+/// ones on the right, given to it in buffers of `bufferFrames`.
+std::vector<float> gains(CaptureSeamSoftener& softener, std::size_t frames, std::size_t bufferFrames) {
+    std::vector<float> left(frames, 1.0F);
+    std::vector<float> right(frames, -1.0F);
+    for (std::size_t done = 0; done < frames; done += bufferFrames) {
+        const auto length = static_cast<std::int64_t>(std::min(bufferFrames, frames - done));
+        softener.process({.frameLength = length, .channels = {left.data() + done, right.data() + done}});
+    }
+    for (std::size_t i = 0; i < frames; ++i)
+        EXPECT_EQ(right[i], -left[i]) << "frame " << i;
+    return left;
+}
+
+TEST(CaptureSeamSoftenerTest, LeavesEveryBitAloneAtUnityGain) {
+    CaptureSeamSoftener softener;
+    softener.setGain(0, true);
+    const float awkward[] = {0.0F,
+                             -0.0F,
+                             1.5F,
+                             std::numeric_limits<float>::denorm_min(),
+                             std::bit_cast<float>(0x7FA0'0001U),
+                             std::numeric_limits<float>::infinity()};
+    std::vector<float> left(std::begin(awkward), std::end(awkward));
+    std::vector<float> right = left;
+    softener.process({.frameLength = 6, .channels = {left.data(), right.data()}});
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(left[i]), std::bit_cast<std::uint32_t>(awkward[i])) << i;
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(right[i]), std::bit_cast<std::uint32_t>(awkward[i])) << i;
+    }
+}
+
+TEST(CaptureSeamSoftenerTest, GivesEachFrameTheGainOfItsGlideTimesThatOfItsFadeWhateverTheBufferSize) {
+    constexpr auto kFadeIn = std::nullopt;
+    const struct {
+        std::optional<float> gainDb; // none: a fade in
+        bool glides;
+        std::size_t frames; // until the next change
+    } changes[] = {
+        {kFadeIn, false, 256}, {kFadeIn, false, 600},                 // begins again
+        {6, true, 1500},       {20, true, 240},       {0, true, 600}, // from where the glide is
+        {20, true, 100},       {-20, false, 600},                     // ends the glide
+        {0, false, 1},         {kFadeIn, false, 100}, {6, true, 600}, // both at once
+    };
+    for (const std::size_t bufferFrames : {1, 7, 64, 256, 479, 480, 481, 2048}) {
+        SCOPED_TRACE(bufferFrames);
+        CaptureSeamSoftener softener;
+        float from = 1, to = 1;
+        int glided = 480, faded = 480;
+        const auto glide = [&] { return glided == 480 ? to : from + (to - from) * static_cast<float>(glided) / 480; };
+        for (const auto& [gainDb, glides, frames] : changes) {
+            if (gainDb) {
+                softener.setGain(*gainDb, glides);
+                from = glide();
+                to = std::pow(10.0F, *gainDb / 20);
+                glided = glides ? 0 : 480;
+            } else {
+                softener.beginFadeIn();
+                faded = 0;
+            }
+            for (const float seen : gains(softener, frames, bufferFrames)) {
+                glided = std::min(glided + 1, 480);
+                faded = std::min(faded + 1, 480);
+                const float expected = glide() * (static_cast<float>(faded) / 480);
+                ASSERT_NEAR(seen, expected, glided == 480 ? 0 : 1e-5F * std::max(from, to)) << gainDb.value_or(99);
+            }
+        }
+    }
+}
+
+TEST(CaptureSeamSoftenerTest, ABufferInAnotherFormatIsLeftAloneAndUsesUpNoFade) {
+    CaptureSeamSoftener softener;
+    softener.beginFadeIn();
+    std::vector<float> samples(16, 1.0F);
+    softener.process({.frameLength = 16, .channels = {samples.data(), nullptr}});
+    softener.process({.frameLength = 0, .channels = {samples.data(), samples.data()}});
+    softener.process({.frameLength = 8, .isInterleaved = true, .channels = {samples.data(), samples.data()}});
+    EXPECT_EQ(samples, std::vector<float>(16, 1.0F));
+    EXPECT_EQ(gains(softener, 1, 1)[0], 1.0F / 480.0F);
+}
+
+} // namespace
+} // namespace rewindle::test

@@ -1,0 +1,117 @@
+#include "fakes/FakeFileSystem.h"
+#include "host/files/PosixFileSystem.h"
+#include "host/files/TemporaryFolder.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace rewindle::test {
+namespace {
+
+using Path = std::filesystem::path;
+
+/// A file system with an empty folder in it to play in.
+class Playground {
+public:
+    virtual ~Playground() = default;
+    virtual FileSystem& files() = 0;
+    [[nodiscard]] virtual Path folder() const = 0;
+    virtual void makeFile(const Path& path) = 0;
+};
+
+class FakePlayground final : public Playground {
+public:
+    FileSystem& files() override { return files_; }
+    [[nodiscard]] Path folder() const override { return "/home/user"; }
+    void makeFile(const Path& path) override { files_.files[path] = {}; }
+
+private:
+    FakeFileSystem files_;
+};
+
+class HostPlayground final : public Playground {
+public:
+    FileSystem& files() override { return files_; }
+    [[nodiscard]] Path folder() const override { return folder_.path; }
+    void makeFile(const Path& path) override { std::ofstream(path) << path; }
+
+private:
+    TemporaryFolder folder_;
+    PosixFileSystem files_{UserFolders{folder_.path, folder_.path}};
+};
+
+using MakePlayground = std::unique_ptr<Playground> (*)();
+template <class T>
+std::unique_ptr<Playground> make() {
+    return std::make_unique<T>();
+}
+
+class FileSystemContractTest : public testing::TestWithParam<MakePlayground> {
+protected:
+    std::unique_ptr<Playground> playground = GetParam()();
+    FileSystem& files = playground->files();
+    const Path folder = playground->folder();
+};
+
+TEST_P(FileSystemContractTest, TellsFilesFoldersAndNothingApart) {
+    playground->makeFile(folder / "file");
+    EXPECT_TRUE(files.exists(folder / "file"));
+    EXPECT_FALSE(files.isDirectory(folder / "file"));
+    EXPECT_TRUE(files.isWritable(folder / "file"));
+    EXPECT_TRUE(files.exists(folder));
+    EXPECT_TRUE(files.isDirectory(folder));
+    EXPECT_TRUE(files.isWritable(folder));
+    for (const Path& nothing : {folder / "none", folder / "file" / "none"}) {
+        EXPECT_FALSE(files.exists(nothing) || files.isDirectory(nothing) || files.isWritable(nothing));
+    }
+}
+
+TEST_P(FileSystemContractTest, MakesFoldersWithAllAboveThemButNotThroughAFile) {
+    EXPECT_TRUE(files.createDirectories(folder / "a" / "b").ok());
+    EXPECT_TRUE(files.createDirectories(folder / "a" / "b").ok());
+    EXPECT_TRUE(files.isDirectory(folder / "a" / "b"));
+    playground->makeFile(folder / "file");
+    for (const Path& wrong : {folder / "file", folder / "file" / "c"}) {
+        const auto made = files.createDirectories(wrong);
+        ASSERT_FALSE(made.ok());
+        EXPECT_EQ(made.error(), systemError(std::errc::not_a_directory));
+    }
+}
+
+TEST_P(FileSystemContractTest, RenamesAFileButNeverOverAnotherAndDoesNotMindToRemoveAMissingOne) {
+    playground->makeFile(folder / "a");
+    playground->makeFile(folder / "b");
+    EXPECT_EQ(files.renameWithoutReplacing(folder / "a", folder / "b").error(), systemError(std::errc::file_exists));
+    EXPECT_TRUE(files.exists(folder / "a"));
+    EXPECT_TRUE(files.renameWithoutReplacing(folder / "a", folder / "c").ok());
+    EXPECT_FALSE(files.exists(folder / "a"));
+    EXPECT_TRUE(files.exists(folder / "c"));
+    EXPECT_EQ(files.renameWithoutReplacing(folder / "a", folder / "d").error(),
+              systemError(std::errc::no_such_file_or_directory));
+    EXPECT_TRUE(files.remove(folder / "a").ok());
+    EXPECT_TRUE(files.remove(folder / "b").ok());
+    EXPECT_FALSE(files.exists(folder / "b"));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FileSystemContractTest, testing::Values(&make<FakePlayground>, &make<HostPlayground>),
+                         [](const auto& param) { return param.index == 0 ? "Fake" : "Host"; });
+
+TEST(PosixFileSystemTest, ANameIsTakenByALinkThatLeadsNowhere) {
+    const TemporaryFolder folder;
+    const PosixFileSystem files(UserFolders{folder.path, folder.path});
+    std::filesystem::create_symlink(folder.path / "nowhere", folder.path / "link");
+    EXPECT_TRUE(files.exists(folder.path / "link"));
+}
+
+TEST(PosixFileSystemTest, TheMusicFolderIsReadFromTheUsersConfigurationEachTime) {
+    const TemporaryFolder home;
+    const PosixFileSystem files(UserFolders{home.path, home.path / "config"});
+    EXPECT_EQ(files.musicDirectory(), home.path / "Music");
+    std::filesystem::create_directory(home.path / "config");
+    std::ofstream(home.path / "config" / "user-dirs.dirs") << "XDG_MUSIC_DIR=\"$HOME/Musik\"\n";
+    EXPECT_EQ(files.musicDirectory(), home.path / "Musik");
+}
+
+} // namespace
+} // namespace rewindle::test

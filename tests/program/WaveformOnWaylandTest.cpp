@@ -1,0 +1,109 @@
+// The live waveform on a Wayland desktop: in a window of the private display, where it has a mouse, a keyboard and the
+// compositor's frames, and on a compositor without any of these.
+
+#include "program/LiveWaveform.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+namespace rewindle::test {
+namespace {
+
+constexpr double kWatchedMs = 2'000;
+
+class WaveformOnWayland : public LiveWaveform, public testing::WithParamInterface<bool> {
+protected:
+    struct Watched {
+        std::ptrdiff_t ticks = 0, redraws = 0;
+        double processorSeconds = 0; // for one second of the log
+    };
+
+    WaveformOnWayland() : LiveWaveform({.display = GetParam(), .wayland = true}, "Weston Compositor - screen0") {}
+
+    /// What the program, all its threads together, has used of the processor.
+    double processorSeconds() {
+        std::ifstream file("/proc/" + std::to_string(rewindle->process().pid()) + "/stat");
+        std::string text;
+        std::getline(file, text);
+        std::istringstream fields(text.substr(text.rfind(')') + 1));
+        std::string skipped;
+        for (int i = 0; i < 11; ++i)
+            fields >> skipped;
+        double user = 0, system = 0;
+        fields >> user >> system;
+        return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    }
+    /// Watches it until its log has gone on for two seconds.
+    Watched watch() {
+        const auto before = clockRows();
+        const double usedBefore = processorSeconds();
+        std::vector<ClockRow> rows;
+        EXPECT_TRUE(
+            eventually([&] { return (rows = clockRows()).back().uptimeMs > before.back().uptimeMs + kWatchedMs; }));
+        const double used = processorSeconds() - usedBefore;
+        const double seconds = (rows.back().uptimeMs - before.back().uptimeMs) / 1'000;
+        rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(before.size()));
+        const auto isTick = [](const ClockRow& row) { return row.event == "waveform_tick"; };
+        const auto redraws = [](const ClockRow& row) { return row.detail.ends_with("redraw=1"); };
+        return {std::ranges::count_if(rows, isTick), std::ranges::count_if(rows, redraws), used / seconds};
+    }
+    /// Over the whole of its log, by the times that are written there: on a computer that is short of time ticks come
+    /// late or not at all, but never more of them.
+    double ticksPerSecond() {
+        std::vector<double> ticks;
+        for (const auto& row : clockRows())
+            if (row.event == "waveform_tick") ticks.push_back(row.uptimeMs);
+        return 1'000 * static_cast<double>(ticks.size() - 1) / (ticks.back() - ticks.front());
+    }
+};
+
+TEST_P(WaveformOnWayland, FollowsAtTheScreensPaceAndRestsWhenItIsPaused) {
+    run();
+    ASSERT_TRUE(eventually([&] { return !clockRows().empty() && clockRows().back().event == "waveform_tick"; }));
+    auto player = startPlaying(session, noise(20, 5));
+    waitForCapture(*rewindle);
+    const auto following = watch();
+    EXPECT_GE(following.redraws, following.ticks / 2);
+    EXPECT_EQ(rewindle->command("freeze").exitCode, 0);
+    ASSERT_TRUE(eventually([&] { return clockRows().back().detail.ends_with("redraw=0"); }));
+    const auto paused = watch();
+    EXPECT_GE(paused.ticks, 30);
+    EXPECT_EQ(paused.redraws, 0);
+    EXPECT_LE(paused.processorSeconds, following.processorSeconds);
+    EXPECT_LE(ticksPerSecond(), 61);
+    if (!GetParam()) return; // where there is neither a picture nor a hand
+
+    EXPECT_EQ(rewindle->command("unfreeze").exitCode, 0);
+    player.end();
+    awaitWindow();
+    playAndPause();
+    const auto first = lookAtRest().nextBlock(0);
+    ASSERT_TRUE(first);
+    const auto marked = select(first->first + 10, first->first + 210);
+    EXPECT_NEAR(marked.frames, 200 * framesPerPixel, 1);
+}
+
+// The compositor here gives each window all of its screen; the program asks for a strip at first.
+TEST(WindowOnWayland, KeepsTheSizeThatTheCompositorGaveIt) {
+    const PrivateSession session({.display = true, .wayland = true});
+    session.addDefaultSink("out");
+    // It captures by the time that it is here, and that waits for the first frame.
+    const Recorder rewindle(session, RecorderStart{.variables = "WAYLAND_DEBUG=1"});
+    std::istringstream log(rewindle.log());
+    bool isGiven = false;
+    for (std::string line; std::getline(log, line);) {
+        if (line.find("set_window_geometry(") == line.npos) continue;
+        const bool isWhole = line.ends_with(", 1278, 720)");
+        isGiven |= isWhole;
+        EXPECT_EQ(isWhole, isGiven) << line;
+    }
+    EXPECT_TRUE(isGiven);
+}
+
+INSTANTIATE_TEST_SUITE_P(Place, WaveformOnWayland, testing::Bool(),
+                         [](const auto& place) { return place.param ? "InAWindow" : "Nowhere"; });
+
+} // namespace
+} // namespace rewindle::test
