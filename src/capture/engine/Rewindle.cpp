@@ -3,10 +3,13 @@
 #include "base/FlushToZero.h"
 #include "capture/engine/CaptureChain.h"
 #include "capture/engine/CaptureRun.h"
+#include "capture/tap/TapReceiver.h"
 
 #include <utility>
 
 namespace rewindle {
+
+static_assert(TapReceiver::kLongestSilenceSeconds >= seconds(kAllRecordingDurations.back()));
 
 /// The interface thread's part of the engine. Only that thread locks a weak reference to it, so that
 /// observers and callbacks are released there.
@@ -194,10 +197,12 @@ CoreAudioTapCapture::Callbacks Rewindle::tapCallbacks(const RunLink& link) {
     result.onBuffer = [weak = link.chain](const AudioPCMBuffer& buffer) {
         if (const auto chain = weak.lock()) chain->process(buffer);
     };
-    result.onOutputDeviceChosen = [link](const std::string& uid) {
+    result.onOutputDeviceChosen = [link](const std::string& uid, std::int64_t delayFrames) {
+        const auto chain = link.chain.lock();
+        if (!chain) return;
+        chain->seamSoftener.delayFadeIn(delayFrames);
         const auto& gainOf = link.callbacks->captureGainDbForOutputDeviceUid;
-        if (!gainOf) return;
-        if (const auto chain = link.chain.lock()) chain->seamSoftener.setGain(gainOf(uid), false);
+        if (gainOf) chain->seamSoftener.setGain(gainOf(uid), false);
     };
     result.onOutputDeviceResolved = [link](const std::string& uid) {
         link.post([uid](State& state) { state.outputDeviceUid.set(uid); });

@@ -89,7 +89,21 @@ const AudioPCMBuffer* AudioBufferListConverter::convert(AudioBufferList input, s
     if (!source || frames == 0) return nullptr;
     workingBuffer_.ensureCapacity(frames);
     copyToWorking(*source, frames);
+    hasConverted_ = true;
     return converter_ ? convertRate() : &workingBuffer_.view;
+}
+
+const AudioPCMBuffer* AudioBufferListConverter::drain() {
+    if (!converter_ || !hasConverted_) return nullptr;
+    const auto late = static_cast<double>(delayFrames());
+    const auto frames = static_cast<std::int64_t>(std::ceil(late * workingFormat.sampleRate / kTargetRate)) + 1;
+    workingBuffer_.ensureCapacity(frames);
+    for (float* channel : workingBuffer_.view.channels)
+        std::fill_n(channel, frames, 0.0F);
+    workingBuffer_.view.frameLength = frames;
+    if (!convertRate()) return nullptr;
+    conversionBuffer_.view.frameLength = std::min(conversionBuffer_.view.frameLength, delayFrames());
+    return &conversionBuffer_.view;
 }
 
 std::optional<AudioBufferListConverter::Source>

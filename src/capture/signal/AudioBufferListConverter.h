@@ -47,6 +47,9 @@ public:
     /// change its samples in place; it is overwritten by the next call and lives as long as the converter.
     [[nodiscard]] const AudioPCMBuffer* convert(AudioBufferList input, std::uint32_t frameCount);
 
+    /// The end of what was converted, which is late by `delayFrames`; null when nothing is. The last call.
+    [[nodiscard]] const AudioPCMBuffer* drain();
+
     /// By how many output frames the output is late: 0 at 48,000, else `SampleRateConverter::delayFrames`.
     [[nodiscard]] std::int64_t delayFrames() const noexcept { return converter_ ? converter_->delayFrames() : 0; }
     [[nodiscard]] Capacities capacities() const noexcept;
@@ -79,6 +82,7 @@ private:
     void appendScratch(std::int64_t frames) noexcept;
 
     std::optional<SampleRateConverter> converter_; // absent at 48,000
+    bool hasConverted_ = false;
     PCMBuffer workingBuffer_;
     PCMBuffer conversionBuffer_;
     PCMBuffer conversionScratchBuffer_; // receives each pass of the converter

@@ -11,9 +11,10 @@ void CaptureSeamSoftener::process(const AudioPCMBuffer& buffer) noexcept {
     if (!buffer.isWorkingFormat()) return;
     const std::lock_guard hold(lock_);
     if (isTransparent()) return;
+    const auto first = silenceDelay(buffer);
     // Only the frames of a fade or a glide have a gain of their own; the rest is one long multiplication.
-    const auto changing = std::min(std::max(fadeInRemaining_, gainRampRemaining_), buffer.frameLength);
-    for (std::int64_t frame = 0; frame < changing; ++frame) {
+    const auto changing = std::min(first + std::max(fadeInRemaining_, gainRampRemaining_), buffer.frameLength);
+    for (std::int64_t frame = first; frame < changing; ++frame) {
         const float gain = nextFrameGain();
         for (float* channel : buffer.channels)
             channel[frame] *= gain;
@@ -29,6 +30,12 @@ void CaptureSeamSoftener::process(const AudioPCMBuffer& buffer) noexcept {
 void CaptureSeamSoftener::beginFadeIn() {
     const std::lock_guard hold(lock_);
     fadeInRemaining_ = kFadeInFrames;
+    fadeInDelay_ = 0;
+}
+
+void CaptureSeamSoftener::delayFadeIn(std::int64_t frames) {
+    const std::lock_guard hold(lock_);
+    if (fadeInRemaining_ == kFadeInFrames) fadeInDelay_ = frames;
 }
 
 void CaptureSeamSoftener::setGain(float gainDb, bool ramp) {
@@ -46,6 +53,15 @@ void CaptureSeamSoftener::setGain(float gainDb, bool ramp) {
 bool CaptureSeamSoftener::isTransparent() const noexcept {
     return std::abs(targetLinearGain_ - 1.0F) <= kUnityTolerance && fadeInRemaining_ <= 0 &&
            gainRampRemaining_ <= 0 && std::abs(appliedLinearGain_ - 1.0F) <= kUnityTolerance;
+}
+
+/// Silences what belongs to the delay of a fade-in; returns how many frames.
+std::int64_t CaptureSeamSoftener::silenceDelay(const AudioPCMBuffer& buffer) noexcept {
+    const auto frames = std::min(fadeInDelay_, buffer.frameLength);
+    for (float* channel : buffer.channels)
+        std::fill_n(channel, frames, 0.0F);
+    fadeInDelay_ -= frames;
+    return frames;
 }
 
 float CaptureSeamSoftener::nextFrameGain() noexcept {

@@ -25,15 +25,20 @@ public:
     void process(const AudioPCMBuffer& buffer) noexcept REWINDLE_NONBLOCKING;
     /// The next 480 frames rise in a straight line from 1/480 to 1; again from the start when already rising.
     void beginFadeIn();
+    /// Lets a fade-in that has not begun wait for `frames` frames, which are silenced: those that a converter gives before
+    /// the first frame that it got.
+    void delayFadeIn(std::int64_t frames);
     /// With `ramp` the gain gets there in 480 frames, otherwise with the next frame.
     void setGain(float gainDb, bool ramp);
 
 private:
     [[nodiscard]] bool isTransparent() const noexcept;
     [[nodiscard]] float nextFrameGain() noexcept;
+    [[nodiscard]] std::int64_t silenceDelay(const AudioPCMBuffer& buffer) noexcept;
 
     std::mutex lock_; // guards everything below
     std::int64_t fadeInRemaining_ = 0;
+    std::int64_t fadeInDelay_ = 0; // frames still to come before the fade-in
     float appliedLinearGain_ = 1.0F;
     float targetLinearGain_ = 1.0F;
     std::int64_t gainRampRemaining_ = 0;

@@ -141,7 +141,7 @@ CoreAudioTapCapture::StartResult CoreAudioTapCapture::installIoProc() {
 
 CoreAudioTapCapture::StartResult CoreAudioTapCapture::startDevice() {
     if (const auto current = callbacks(); current && current->onOutputDeviceChosen) {
-        current->onOutputDeviceChosen(outputDeviceUid_);
+        current->onOutputDeviceChosen(outputDeviceUid_, converter()->delayFrames());
     }
     const auto started = hardware_.startDevice(aggregateDeviceID_);
     if (!started) return CoreAudioTapCaptureError{Kind::deviceStartFailed, started.error()};
@@ -171,6 +171,7 @@ void CoreAudioTapCapture::tearDown() {
     if (deviceProcID_ != 0) {
         hardware_.stopDevice(device); // hands over what was played until now
         hardware_.destroyIoProc(device, deviceProcID_);
+        queue_.sync([this] { drainConverter(); });
     }
     if (device != kNoAudioObject) hardware_.destroyAggregateDevice(device);
     if (tapID_ != kNoAudioObject) hardware_.destroyProcessTap(tapID_);
@@ -306,11 +307,24 @@ void CoreAudioTapCapture::receive(AudioBufferList input) {
     if (const auto* buffer = converter->convert(input, frames)) current->onBuffer(*buffer);
 }
 
+/// What was played last is still on its way through the rate converter.
+void CoreAudioTapCapture::drainConverter() {
+    const auto current = callbacks();
+    const auto last = converter();
+    const auto* buffer = last ? last->drain() : nullptr;
+    if (buffer && current && current->onBuffer) current->onBuffer(*buffer);
+}
+
 // Any thread
 
 std::shared_ptr<const CoreAudioTapCapture::Callbacks> CoreAudioTapCapture::callbacks() const {
     const std::lock_guard hold(captureStateLock_);
     return callbacks_;
+}
+
+std::shared_ptr<AudioBufferListConverter> CoreAudioTapCapture::converter() const {
+    const std::lock_guard hold(captureStateLock_);
+    return converter_;
 }
 
 bool CoreAudioTapCapture::isWanted() const {

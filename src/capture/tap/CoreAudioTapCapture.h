@@ -39,8 +39,9 @@ public:
         std::function<void(const std::string& uid)> onOutputDeviceUIDChanged;
         /// Interface thread: the whole schedule of retries has failed. It begins again by itself.
         std::function<void(const CoreAudioTapCaptureError&)> onCaptureRestartFailed;
-        /// Control queue: capture is about to start on this device; no buffer of it has come yet.
-        std::function<void(const std::string& uid)> onOutputDeviceChosen;
+        /// Control queue: capture is about to start on this device; no buffer of it has come yet. Its sound will be
+        /// late by `delayFrames` frames, that many come before it.
+        std::function<void(const std::string& uid, std::int64_t delayFrames)> onOutputDeviceChosen;
         /// Control queue: capture runs on this device.
         std::function<void(const std::string& uid)> onOutputDeviceResolved;
         /// Control queue: a restart has cut the audio; no buffer comes before this returns.
@@ -94,6 +95,8 @@ private:
 
     // Capture queue
     void receive(AudioBufferList input);
+    void drainConverter();
+    [[nodiscard]] std::shared_ptr<AudioBufferListConverter> converter() const; // any thread
 
     // Any thread
     [[nodiscard]] std::shared_ptr<const Callbacks> callbacks() const;

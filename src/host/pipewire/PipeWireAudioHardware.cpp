@@ -214,8 +214,8 @@ std::unique_ptr<TapReceiver> PipeWireAudioHardware::makeReceiver(AudioObjectID i
                 });
             },
     };
-    return std::make_unique<TapReceiver>(std::move(setup), captureQueue_, clock_, logSink_, pace_, troubles_,
-                                         device.proc, std::move(handlers));
+    return std::make_unique<TapReceiver>(std::move(setup), clock_, logSink_, pace_, troubles_, device.proc,
+                                         std::move(handlers));
 }
 
 AudioResult<void> PipeWireAudioHardware::startDevice(AudioObjectID id) {
@@ -229,15 +229,17 @@ AudioResult<void> PipeWireAudioHardware::startDevice(AudioObjectID id) {
     if (ports.empty()) return -ENODEV;
 
     device.receiver = makeReceiver(id, device, ports);
+    device.delivery = std::make_unique<TapDelivery>(*device.receiver, captureQueue_);
     device.node = std::make_unique<TapNode>(
         *connection_, logSink_, TapNode::Setup{*sink, device.description.name, ports, passive_}, *device.receiver,
-        [this, id] { notify(id, AudioProperty::tapInterrupted); });
+        *device.delivery, [this, id] { notify(id, AudioProperty::tapInterrupted); });
     if (const int failure = device.node->start(); failure < 0) {
         device.node.reset();
+        device.delivery.reset();
         device.receiver.reset();
         return failure;
     }
-    device.receiver->start();
+    device.delivery->begin();
     captureQueue_.sync([this, id, receiver = device.receiver.get()] { receivers_[id] = receiver; });
     return {};
 }
@@ -245,10 +247,12 @@ AudioResult<void> PipeWireAudioHardware::startDevice(AudioObjectID id) {
 void PipeWireAudioHardware::stopDevice(AudioObjectID id) {
     const auto found = devices_.find(id);
     if (found == devices_.end() || !found->second.node) return;
-    found->second.node.reset();
-    found->second.receiver->finish();
+    Device& device = found->second;
+    device.node.reset();
+    device.delivery->end();
     captureQueue_.sync([this, id] { receivers_.erase(id); });
-    found->second.receiver.reset();
+    device.delivery.reset();
+    device.receiver.reset();
 }
 
 void PipeWireAudioHardware::deliverPending(AudioObjectID device) {

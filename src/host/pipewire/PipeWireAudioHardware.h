@@ -5,8 +5,8 @@
 #include "host/pipewire/OutputRoute.h"
 #include "host/pipewire/PipeWireConnection.h"
 #include "host/pipewire/PipeWireLoopQueue.h"
+#include "host/pipewire/TapDelivery.h"
 #include "host/pipewire/TapNode.h"
-#include "host/pipewire/TapReceiver.h"
 #include "platform/AudioHardware.h"
 
 #include <atomic>
@@ -67,8 +67,10 @@ private:
         std::uint32_t bufferFrames = 2048;
         IoProcID procId = 0;
         IoProc proc;
-        std::unique_ptr<TapReceiver> receiver; // while started
-        std::unique_ptr<TapNode> node;         // the same; goes first
+        // While started; the last goes first
+        std::unique_ptr<TapReceiver> receiver;
+        std::unique_ptr<TapDelivery> delivery;
+        std::unique_ptr<TapNode> node;
     };
     struct ListenerEntry {
         AudioObjectID object;

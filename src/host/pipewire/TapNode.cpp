@@ -23,9 +23,9 @@ void TapNode::FilterRelease::operator()(pw_filter* filter) const {
 }
 
 TapNode::TapNode(PipeWireConnection& connection, LogSink& log, Setup setup, TapReceiver& receiver,
-                 std::function<void()> onInterrupted)
+                 TapDelivery& delivery, std::function<void()> onInterrupted)
     : connection_(connection), log_(log, "CoreAudioTap"), setup_(std::move(setup)), receiver_(receiver),
-      onInterrupted_(std::move(onInterrupted)), cycleData_(setup_.monitorPorts.size()) {}
+      delivery_(delivery), onInterrupted_(std::move(onInterrupted)), cycleData_(setup_.monitorPorts.size()) {}
 
 TapNode::~TapNode() {
     linkProxies_.clear();
@@ -158,7 +158,7 @@ void TapNode::process(const spa_io_position* position) noexcept {
     }
     if (!hasData) return; // nothing is linked to us: such a cycle is not silence of the output
     const double rate = clock.rate.num ? static_cast<double>(clock.rate.denom) / clock.rate.num : 0;
-    receiver_.receive({static_cast<std::int64_t>(clock.nsec), clock.position, frames, rate}, cycleData_);
+    delivery_.receive({static_cast<std::int64_t>(clock.nsec), clock.position, frames, rate}, cycleData_);
 }
 
 } // namespace rewindle

@@ -2,7 +2,7 @@
 
 #include "base/Log.h"
 #include "host/pipewire/PipeWireConnection.h"
-#include "host/pipewire/TapReceiver.h"
+#include "host/pipewire/TapDelivery.h"
 
 #include <cstdint>
 #include <functional>
@@ -33,7 +33,7 @@ public:
         bool passive = true;                           // lets the sink suspend
     };
 
-    TapNode(PipeWireConnection& connection, LogSink& log, Setup setup, TapReceiver& receiver,
+    TapNode(PipeWireConnection& connection, LogSink& log, Setup setup, TapReceiver& receiver, TapDelivery& delivery,
             std::function<void()> onInterrupted);
     ~TapNode();
     TapNode(const TapNode&) = delete;
@@ -51,12 +51,13 @@ private:
     int makeLinks();
     void watchSink();
     void interrupt(const std::string& why);
-    void process(const spa_io_position* position) noexcept;
+    void process(const spa_io_position* position) noexcept REWINDLE_NONBLOCKING;
 
     PipeWireConnection& connection_;
     const Log log_;
     const Setup setup_;
     TapReceiver& receiver_;
+    TapDelivery& delivery_;
     std::function<void()> onInterrupted_; // empty once called
 
     struct FilterRelease {

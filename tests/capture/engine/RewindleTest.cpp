@@ -1,4 +1,5 @@
 #include "capture/engine/EngineFixture.h"
+#include "capture/signal/SampleRateConverter.h"
 #include "fakes/AllocationCounter.h"
 
 namespace rewindle::test {
@@ -113,6 +114,40 @@ TEST_F(RewindleTest, FadesOutTheEndOfWhatWasStoredAndFadesInWhatComesAfterAResta
     EXPECT_EQ(stored[519], 1.0F);
     EXPECT_EQ(stored[999], 0.0F);
     EXPECT_EQ(stored[1480], 1.0F);
+}
+
+TEST_F(RewindleTest, EndsWithTheLastFrameHeardAndFadesInFromTheFirstAtEveryRate) {
+    for (const std::int64_t rate : {8'000, 44'100, 96'000}) {
+        SCOPED_TRACE(rate);
+        makeEngine(0);
+        hardware.setDefaultDevice(kSpeakers);
+        hardware.format.sampleRate = static_cast<double>(rate);
+        start();
+        const std::vector<float> ones(static_cast<std::size_t>(rate / 10), 1.0F);
+        hardware.play(ones, ones);
+        switchTo(kHeadphones);
+        hardware.play(ones, ones);
+        deliver();
+
+        // The same sound through a converter alone, with enough silence behind it to bring out its end.
+        SampleRateConverter converter(rate, 48'000);
+        std::vector<float> input = ones, whole(20'000), other(20'000);
+        input.resize(2 * ones.size());
+        StereoInput source{input.data(), input.data(), std::ssize(input)};
+        converter.process(source, whole.data(), other.data(), 20'000);
+        const auto delay = static_cast<std::size_t>(converter.delayFrames());
+        const std::size_t seam = 4'800 + delay;
+        const auto stored = left();
+        ASSERT_EQ(stored.size(), seam + 4'800);
+        for (std::size_t i = 0; i < 480; ++i)
+            ASSERT_NEAR(stored[seam - 480 + i], whole[seam - 480 + i] * static_cast<float>(479 - i) / 479, 1e-5) << i;
+        for (std::size_t i = 0; i < 4'800; ++i) {
+            const auto step = i < delay ? 0.0F : std::min(static_cast<float>(i - delay + 1), 480.0F);
+            ASSERT_NEAR(stored[seam + i], whole[i] * (step / 480), 1e-6) << i;
+        }
+        engine->stop();
+        queues.settle();
+    }
 }
 
 TEST_F(RewindleTest, FadesInAfterARestartThatCameBeforeAnyAudio) {

@@ -23,7 +23,9 @@ protected:
         result.onBuffer = [this](const AudioPCMBuffer& buffer) { framesReceived += buffer.frameLength; };
         result.onOutputDeviceUIDChanged = [this](const std::string& uid) { changedUids.push_back(uid); };
         result.onCaptureRestartFailed = [this](const CoreAudioTapCaptureError& error) { failures.push_back(error); };
-        result.onOutputDeviceChosen = [this](const std::string& uid) { events.push_back("chosen " + uid); };
+        result.onOutputDeviceChosen = [this](const std::string& uid, std::int64_t) {
+            events.push_back("chosen " + uid);
+        };
         result.onOutputDeviceResolved = [this](const std::string& uid) { events.push_back("resolved " + uid); };
         return result;
     }

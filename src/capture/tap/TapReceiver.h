@@ -7,8 +7,8 @@
 #include "capture/signal/StereoMixdown.h"
 #include "capture/tap/TapFifo.h"
 #include "capture/tap/TapTimeAxis.h"
-#include "host/pipewire/PipeWireLoopQueue.h"
 #include "platform/AudioHardware.h"
+#include "platform/OneShotTimer.h"
 
 #include <atomic>
 #include <chrono>
@@ -28,11 +28,12 @@ struct TroubleCounters {
     std::atomic<std::uint64_t> overrunFrames{0};
 };
 
-/// Takes the cycles of a tap from the audio thread to the I/O procedure on the capture thread, on a true time axis.
+/// Takes the cycles of a tap from the audio thread to the I/O procedure on the capture queue, on a true time axis.
 ///
 /// Shape:   as many channels in as the output device has, two out.
-/// Threads: construct, start, finish and destroy on the control queue; the audio thread must be gone before finish().
-/// Errors:  cycles of another rate are dropped and reported once as an interruption.
+/// Threads: construct and destroy where no other thread uses it; the audio thread must be gone before end().
+/// Errors:  cycles of another rate are dropped and reported once as an interruption. A cycle whose time is more than
+///          `kTrustedNanoseconds` from now is taken to follow the one before it.
 class TapReceiver {
 public:
     struct Setup {
@@ -40,24 +41,34 @@ public:
         std::vector<std::string> channelPositions;
         std::uint32_t bufferFrames = 2048; // the most that one call of the I/O procedure gets
     };
-    /// Called on the capture thread, at most once per receiver.
+    /// Called on the capture queue, together at most once per receiver.
     struct Handlers {
         std::function<void(double rate)> onFormatChanged;
         std::function<void(bool hadCycles)> onStalled; // the sink runs, but no cycle has come for 2 s
     };
+    static constexpr std::int64_t kTrustedNanoseconds = 10'000'000'000;
+    static constexpr std::int64_t kLongestSilenceSeconds = 600; // of one gap: what the longest ring buffer holds
 
-    TapReceiver(Setup setup, PipeWireLoopQueue& captureQueue, const Clock& clock, LogSink& log,
-                const std::atomic<DeliveryPace>& pace, TroubleCounters& troubles, AudioHardware::IoProc proc,
-                Handlers handlers);
+    TapReceiver(Setup setup, const Clock& clock, LogSink& log, const std::atomic<DeliveryPace>& pace,
+                TroubleCounters& troubles, AudioHardware::IoProc proc, Handlers handlers);
     TapReceiver(const TapReceiver&) = delete;
     TapReceiver& operator=(const TapReceiver&) = delete;
 
-    // Control queue
-    void start();
-    /// Hands over what still waits and ends. Afterwards the I/O procedure is not called any more.
-    void finish();
+    // Capture queue
+    /// From now on what comes in goes to the I/O procedure. `timer` calls timeIsUp(), and stays until end().
+    void begin(OneShotTimer& timer);
+    /// Hands over all that waits, and the silence that is due.
+    void deliver();
+    void timeIsUp();
+    /// Hands over what still waits. Afterwards the I/O procedure is not called any more. Safe before begin().
+    void end();
+
+    // Any thread
     void setSinkRunning(bool running);
-    void markPaused() { paused_.store(true, std::memory_order_relaxed); }
+    /// The next cycle begins anew: what lies before it was a pause, no gap.
+    void markPaused() noexcept { paused_.store(true, std::memory_order_relaxed); }
+    /// From now on nothing is let in: something other than the output is linked to the tap.
+    void mute() noexcept { muted_.store(true, std::memory_order_relaxed); }
 
     // Audio thread
     struct CycleTime {
@@ -66,18 +77,16 @@ public:
         std::uint32_t frames;
         double rate;
     };
-    void receive(const CycleTime& time, std::span<const float* const> channels) noexcept REWINDLE_NONBLOCKING;
-
-    // Any thread
-    /// From now on nothing is let in: something other than the output is linked to the tap.
-    void mute() noexcept { muted_.store(true, std::memory_order_relaxed); }
-
-    // Capture queue
-    void deliver();
+    /// Takes a cycle in; a null channel counts as silence. True when deliver() is to be called soon, and has not been
+    /// asked for since it was called last.
+    [[nodiscard]] bool receive(const CycleTime& time,
+                               std::span<const float* const> channels) noexcept REWINDLE_NONBLOCKING;
 
 private:
-    void wake() noexcept REWINDLE_NONBLOCKING;
-    void deliverCycle(const TapFifo::Cycle& cycle);
+    [[nodiscard]] bool isDue() const noexcept REWINDLE_NONBLOCKING;
+    [[nodiscard]] bool askOnce() noexcept REWINDLE_NONBLOCKING;
+    void deliverCycle(const TapFifo::Cycle& cycle, std::int64_t now);
+    [[nodiscard]] std::int64_t gapBefore(const TapFifo::Cycle& cycle, bool isTimeTrusted);
     [[nodiscard]] bool isSilent(const TapFifo::Cycle& cycle) const; // requires: `cycle` is at the front
     [[nodiscard]] bool belongsToStart(const TapFifo::Cycle& cycle) const;
     [[nodiscard]] bool mayBelongToEnd(const TapFifo::Cycle& cycle);
@@ -90,7 +99,6 @@ private:
     void setTimer(std::chrono::nanoseconds now, bool idle);
 
     const Setup setup_;
-    PipeWireLoopQueue& captureQueue_;
     const Clock& clock_;
     const Log log_;
     const std::atomic<DeliveryPace>& pace_;
@@ -106,14 +114,12 @@ private:
     // Between threads, each a value on its own
     std::atomic<bool> muted_{false};
     std::atomic<bool> paused_{true};
-    std::atomic<double> otherRate_{0}; // that cycles have come at, other than the setup's; 0: none has
-    std::atomic<bool> woken_{false};   // saves the audio thread a system call while a wake-up is on its way
-    std::atomic<PipeWireLoopQueue::Signal*> wakeTarget_{nullptr}; // &*signal_ while there is one
-    std::atomic<std::int64_t> sinkRunningSince_{0};               // monotonic nanoseconds; 0: it does not run
+    std::atomic<double> otherRate_{0};              // that cycles have come at, other than the setup's; 0: none has
+    std::atomic<bool> asked_{false};                // for deliver(), which has not begun since
+    std::atomic<std::int64_t> sinkRunningSince_{0}; // monotonic nanoseconds; 0: it does not run
 
-    // Capture thread only
-    std::optional<PipeWireLoopQueue::Signal> signal_;
-    std::optional<PipeWireLoopQueue::Timer> timer_;
+    // Capture queue only
+    OneShotTimer* timer_ = nullptr;                    // from begin() to end()
     std::optional<std::chrono::nanoseconds> timerDue_; // uptime; none while it is not set
     std::optional<TapTimeAxis> axis_;
     SampleArray mixedLeft_;
@@ -126,6 +132,7 @@ private:
     bool ending_ = false;
     std::int64_t heldBack_ = 0; // frames of silence that came last, while ending
     bool reported_ = false;
+    bool doubted_ = false; // the time of some cycle
     std::uint64_t overrunsSeen_ = 0;
     std::uint64_t overrunFramesSeen_ = 0;
 };

@@ -1,4 +1,4 @@
-#include "host/pipewire/TapReceiver.h"
+#include "capture/tap/TapReceiver.h"
 
 #include <algorithm>
 #include <array>
@@ -20,11 +20,10 @@ constexpr std::int64_t kStallNanoseconds = 2'000'000'000;
 
 } // namespace
 
-TapReceiver::TapReceiver(Setup setup, PipeWireLoopQueue& captureQueue, const Clock& clock, LogSink& log,
-                         const std::atomic<DeliveryPace>& pace, TroubleCounters& troubles, AudioHardware::IoProc proc,
-                         Handlers handlers)
-    : setup_(std::move(setup)), captureQueue_(captureQueue), clock_(clock), log_(log, "CoreAudioTap"), pace_(pace),
-      troubles_(troubles), proc_(std::move(proc)), handlers_(std::move(handlers)), mixdown_(setup_.channelPositions),
+TapReceiver::TapReceiver(Setup setup, const Clock& clock, LogSink& log, const std::atomic<DeliveryPace>& pace,
+                         TroubleCounters& troubles, AudioHardware::IoProc proc, Handlers handlers)
+    : setup_(std::move(setup)), clock_(clock), log_(log, "CoreAudioTap"), pace_(pace), troubles_(troubles),
+      proc_(std::move(proc)), handlers_(std::move(handlers)), mixdown_(setup_.channelPositions),
       fifo_(static_cast<std::size_t>(std::ceil(setup_.rate * kFifoSeconds)), setup_.channelPositions.size()),
       silence_(setup_.bufferFrames, 0.0F), pieces_(setup_.channelPositions.size()) {
     if (mixdown_.isPassThrough()) return;
@@ -32,67 +31,35 @@ TapReceiver::TapReceiver(Setup setup, PipeWireLoopQueue& captureQueue, const Clo
     mixedRight_ = SampleArray(setup_.bufferFrames);
 }
 
-void TapReceiver::start() {
-    captureQueue_.sync([this] {
-        signal_.emplace(captureQueue_, [this] { deliver(); });
-        timer_.emplace(captureQueue_, [this] {
-            timerDue_.reset();
-            deliver();
-        });
-        startedAt_ = lastCycle_ = clock_.uptime().count();
-        axis_.emplace(setup_.rate, startedAt_);
-        wakeTarget_.store(&*signal_,
-                          std::memory_order_release); // before deliver(), which sees what came until then
-        deliver();
-    });
+// Capture queue
+
+void TapReceiver::begin(OneShotTimer& timer) {
+    timer_ = &timer;
+    startedAt_ = lastCycle_ = clock_.uptime().count();
+    axis_.emplace(setup_.rate, startedAt_);
+    deliver();
 }
 
-void TapReceiver::finish() {
-    captureQueue_.sync([this] {
-        if (!axis_) return;
-        ending_ = true;
-        deliver();
-        if (static_cast<double>(heldBack_) > setup_.rate * kLongestEmptyEnd) deliverSilence(heldBack_);
-        axis_.reset();
-        wakeTarget_.store(nullptr, std::memory_order_relaxed);
-        timer_.reset();
-        signal_.reset();
-    });
+void TapReceiver::end() {
+    if (!axis_) return;
+    ending_ = true;
+    deliver();
+    if (static_cast<double>(heldBack_) > setup_.rate * kLongestEmptyEnd) deliverSilence(heldBack_);
+    axis_.reset();
+    timer_ = nullptr;
 }
 
-void TapReceiver::setSinkRunning(bool running) {
-    sinkRunningSince_.store(running ? clock_.uptime().count() : 0, std::memory_order_relaxed);
-}
-
-void TapReceiver::receive(const CycleTime& time, std::span<const float* const> channels) noexcept {
-    if (muted_.load(std::memory_order_relaxed)) return;
-    if (time.frames == 0) return;
-    if (time.rate != setup_.rate) {
-        if (otherRate_.exchange(time.rate, std::memory_order_relaxed) == 0) wake();
-        return;
-    }
-    auto follows = time.position == nextPosition_ ? TapFifo::Follows::directly : TapFifo::Follows::afterBreak;
-    if (paused_.load(std::memory_order_relaxed) && paused_.exchange(false, std::memory_order_relaxed)) {
-        follows = TapFifo::Follows::afterPause;
-    }
-    nextPosition_ = time.position + time.frames;
-    fifo_.write({time.nanoseconds, time.frames, 0, follows}, channels);
-
-    const bool live = pace_.load(std::memory_order_relaxed) == DeliveryPace::live;
-    if (fifo_.waitingFrames() >= (live ? kLiveWakeFrames : fifo_.capacityFrames() / 2)) wake();
-}
-
-void TapReceiver::wake() noexcept {
-    if (woken_.exchange(true, std::memory_order_acq_rel)) return;
-    if (auto* target = wakeTarget_.load(std::memory_order_acquire)) target->trigger();
+void TapReceiver::timeIsUp() {
+    timerDue_.reset();
+    deliver();
 }
 
 void TapReceiver::deliver() {
     if (!axis_) return;
-    woken_.exchange(false, std::memory_order_acq_rel); // a store could pass the look into the FIFO that follows
+    asked_.exchange(false, std::memory_order_acq_rel); // a store could pass the look into the FIFO that follows
     const auto now = clock_.uptime().count();
     while (const auto* cycle = fifo_.front())
-        deliverCycle(*cycle);
+        deliverCycle(*cycle, now);
     const bool idle = now - lastCycle_ > kIdleNanoseconds;
     // While the sink runs, the next cycle is late rather than missing: nothing may part it from the last.
     const bool late = hadCycles_ && sinkRunningSince_.load(std::memory_order_relaxed) != 0;
@@ -117,7 +84,7 @@ bool TapReceiver::isSilent(const TapFifo::Cycle& cycle) const {
 /// The first cycle after a link was made is empty, because the other side has not run yet. Silence that short is none
 /// of the recording's, and must not use up the fade-in of what follows.
 bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle) const {
-    return !hadCycles_ && cycle.nanoseconds - startedAt_ <= TapTimeAxis::kIdleMargin && isSilent(cycle);
+    return !hadCycles_ && cycle.nanoseconds <= startedAt_ + TapTimeAxis::kIdleMargin && isSilent(cycle);
 }
 
 /// So is the last cycle before an output goes. It must not stand between the sound and its fade-out, so it is held
@@ -130,21 +97,13 @@ bool TapReceiver::mayBelongToEnd(const TapFifo::Cycle& cycle) {
     return true;
 }
 
-void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle) {
+void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle, std::int64_t now) {
     if (belongsToStart(cycle) || mayBelongToEnd(cycle)) return fifo_.consume(cycle.frames);
     deliverSilence(std::exchange(heldBack_, 0));
-    if (cycle.lostBefore > 0) {
-        axis_->advance(static_cast<std::int64_t>(cycle.lostBefore));
-        deliverSilence(static_cast<std::int64_t>(cycle.lostBefore));
-    }
-    const auto silence =
-        axis_->silenceBeforeCycle(cycle.nanoseconds, cycle.frames, cycle.follows == TapFifo::Follows::directly);
-    if (silence > 0 && cycle.follows != TapFifo::Follows::afterPause) {
-        troubles_.gaps.fetch_add(1, std::memory_order_relaxed);
-        troubles_.gapFrames.fetch_add(atTargetRate(static_cast<std::uint64_t>(silence)), std::memory_order_relaxed);
-    }
-    deliverSilence(silence);
-    lastCycle_ = cycle.nanoseconds;
+    const bool isTimeTrusted =
+        cycle.nanoseconds >= now - kTrustedNanoseconds && cycle.nanoseconds <= now + kTrustedNanoseconds;
+    deliverSilence(gapBefore(cycle, isTimeTrusted));
+    lastCycle_ = isTimeTrusted ? cycle.nanoseconds : now;
     hadCycles_ = true;
     for (std::size_t left = cycle.frames; left > 0;) {
         const auto piece = std::min<std::size_t>(fifo_.contiguousFrames(), setup_.bufferFrames);
@@ -152,6 +111,25 @@ void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle) {
         left -= piece;
         fifo_.consume(piece); // the last piece gives the cycle's record up
     }
+}
+
+/// Silence that takes the place of what was not delivered, or was lost on the way; less what has been put in already.
+std::int64_t TapReceiver::gapBefore(const TapFifo::Cycle& cycle, bool isTimeTrusted) {
+    const auto lost = static_cast<std::int64_t>(cycle.lostBefore);
+    if (!isTimeTrusted) {
+        if (!std::exchange(doubted_, true)) {
+            log_.warning("cycles come with the times of another clock; counting their frames instead");
+        }
+        axis_->advance(lost + cycle.frames);
+        return lost;
+    }
+    const bool isContinuous = cycle.follows == TapFifo::Follows::directly && lost == 0;
+    const auto silence = axis_->silenceBeforeCycle(cycle.nanoseconds, cycle.frames, isContinuous);
+    if (silence > 0 && cycle.follows != TapFifo::Follows::afterPause && lost == 0) { // overruns are counted apart
+        troubles_.gaps.fetch_add(1, std::memory_order_relaxed);
+        troubles_.gapFrames.fetch_add(atTargetRate(static_cast<std::uint64_t>(silence)), std::memory_order_relaxed);
+    }
+    return silence;
 }
 
 void TapReceiver::deliverPiece(std::size_t frames) {
@@ -163,6 +141,8 @@ void TapReceiver::deliverPiece(std::size_t frames) {
 }
 
 void TapReceiver::deliverSilence(std::int64_t frames) {
+    // More than any ring buffer holds would only push out what it has pushed out already.
+    frames = std::min(frames, static_cast<std::int64_t>(setup_.rate) * kLongestSilenceSeconds);
     while (frames > 0) {
         const auto piece = std::min<std::int64_t>(frames, setup_.bufferFrames);
         call(silence_.data(), silence_.data(), static_cast<std::size_t>(piece));
@@ -210,6 +190,39 @@ void TapReceiver::setTimer(std::chrono::nanoseconds now, bool idle) {
     if (timerDue_ && *timerDue_ <= due) return; // soon enough; setting it anew each time costs more than the sound
     timerDue_ = due;
     timer_->set(due - now);
+}
+
+// Any thread
+
+void TapReceiver::setSinkRunning(bool running) {
+    sinkRunningSince_.store(running ? clock_.uptime().count() : 0, std::memory_order_relaxed);
+}
+
+// Audio thread
+
+bool TapReceiver::receive(const CycleTime& time, std::span<const float* const> channels) noexcept {
+    if (muted_.load(std::memory_order_relaxed)) return false;
+    if (time.frames == 0) return false;
+    if (time.rate != setup_.rate) {
+        return otherRate_.exchange(time.rate, std::memory_order_relaxed) == 0 && askOnce();
+    }
+    auto follows = time.position == nextPosition_ ? TapFifo::Follows::directly : TapFifo::Follows::afterBreak;
+    if (paused_.load(std::memory_order_relaxed) && paused_.exchange(false, std::memory_order_relaxed)) {
+        follows = TapFifo::Follows::afterPause;
+    }
+    nextPosition_ = time.position + time.frames;
+    fifo_.write({time.nanoseconds, time.frames, 0, follows}, channels);
+    return isDue() && askOnce();
+}
+
+bool TapReceiver::isDue() const noexcept {
+    const bool live = pace_.load(std::memory_order_relaxed) == DeliveryPace::live;
+    return fifo_.waitingFrames() >= (live ? kLiveWakeFrames : fifo_.capacityFrames() / 2);
+}
+
+/// Saves a system call while a wake-up is on its way.
+bool TapReceiver::askOnce() noexcept {
+    return !asked_.exchange(true, std::memory_order_acq_rel);
 }
 
 } // namespace rewindle
