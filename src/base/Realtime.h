@@ -1,12 +1,13 @@
 #pragma once
 
-/// Marks a function that the audio thread may call: no allocation, lock, wait, I/O or logging in it.
-/// Compilers that know the attribute check it; to the others it is a comment.
-#if defined(__clang__) && defined(__has_cpp_attribute)
-#if __has_cpp_attribute(clang::nonblocking)
-#define REWINDLE_NONBLOCKING [[clang::nonblocking]]
-#endif
-#endif
-#ifndef REWINDLE_NONBLOCKING
-#define REWINDLE_NONBLOCKING
+/// Marks, on its declaration, a function that the audio thread may call: no allocation, lock, wait, I/O or logging in
+/// it, and no call through a pointer or of anything that is not marked.
+///
+/// The code of marked functions lies in a section of its own, and a test follows every call out of it
+/// (tests/realtime.sh, which also lists the few functions of others that may be called). Compilers that know the
+/// attribute check the same at the source.
+#if defined(__clang__) && __has_cpp_attribute(clang::nonblocking)
+#define REWINDLE_NONBLOCKING [[clang::nonblocking]] __attribute__((section("rewindle_nonblocking")))
+#else
+#define REWINDLE_NONBLOCKING __attribute__((section("rewindle_nonblocking")))
 #endif

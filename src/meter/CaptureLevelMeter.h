@@ -2,7 +2,6 @@
 
 #include "base/AudioPCMBuffer.h"
 #include "base/Clock.h"
-#include "base/Realtime.h"
 
 #include <array>
 #include <atomic>
@@ -39,7 +38,7 @@ public:
 
     // Capture queue only
     /// Takes one buffer; ignores one that is not in the working format.
-    void ingest(const AudioPCMBuffer& buffer) noexcept REWINDLE_NONBLOCKING;
+    void ingest(const AudioPCMBuffer& buffer) noexcept;
 
     // Interface thread only
     /// Lets the levels fall for `seconds`, the time since the last call; does nothing when that is not above

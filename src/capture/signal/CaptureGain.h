@@ -15,10 +15,10 @@ constexpr float kMinimumDb = -20.0F;
 constexpr float kMaximumDb = 20.0F;
 
 /// 10^(dB / 20), with `db` limited to the range of the trim: from 0.1 to 10.
-[[nodiscard]] float linearFactor(float db) noexcept REWINDLE_NONBLOCKING;
+[[nodiscard]] float linearFactor(float db) noexcept;
 
 /// Multiplies both channels by 10^(dB / 20), not limited; ignores a buffer that is not in the working format.
-void apply(const AudioPCMBuffer& buffer, float db) noexcept REWINDLE_NONBLOCKING;
+void apply(const AudioPCMBuffer& buffer, float db) noexcept;
 
 /// Multiplies `frames` samples in place.
 void scale(float* samples, std::int64_t frames, float factor) noexcept REWINDLE_NONBLOCKING;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "base/AudioPCMBuffer.h"
-#include "base/Realtime.h"
 
 #include <cstdint>
 #include <mutex>
@@ -22,7 +21,7 @@ public:
     static constexpr std::int64_t kGainRampFrames = 480;
     static constexpr float kUnityTolerance = 0.0001F;
 
-    void process(const AudioPCMBuffer& buffer) noexcept REWINDLE_NONBLOCKING;
+    void process(const AudioPCMBuffer& buffer) noexcept;
     /// The next 480 frames rise in a straight line from 1/480 to 1; again from the start when already rising.
     void beginFadeIn();
     /// Lets a fade-in that has not begun wait for `frames` frames, which are silenced: those that a converter gives before

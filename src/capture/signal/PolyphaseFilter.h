@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Realtime.h"
 #include "base/SampleArray.h"
 
 #include <cstddef>
@@ -30,7 +31,7 @@ public:
     [[nodiscard]] std::int64_t tapCount() const noexcept { return 2 * halfTaps; }
     /// The taps for a frame `phase / outputStep` after an input frame. Valid until the next call.
     /// Requires: 0 <= phase < outputStep.
-    [[nodiscard]] const float* row(std::int64_t phase) noexcept;
+    [[nodiscard]] const float* row(std::int64_t phase) noexcept REWINDLE_NONBLOCKING;
 
 private:
     const std::int64_t phasesPerFrame_; // rows for one input frame: outputStep, or fewer and `row` blends two

@@ -54,7 +54,7 @@ SampleRateConverter::SampleRateConverter(std::int64_t inputRate, std::int64_t ou
 }
 
 std::int64_t SampleRateConverter::process(StereoInput& input, float* outLeft, float* outRight,
-                                          std::int64_t capacity) noexcept REWINDLE_NONBLOCKING {
+                                          std::int64_t capacity) noexcept {
     std::int64_t total = 0;
     for (;;) {
         const auto frames = std::min(availableFrames(), capacity - total);

@@ -39,11 +39,11 @@ public:
     [[nodiscard]] std::int64_t delayFrames() const noexcept { return filter_.delayFrames; }
 
 private:
-    void takeIn(StereoInput& input) noexcept;
-    std::int64_t availableFrames() const noexcept;
-    void writeFrames(float* outLeft, float* outRight, std::int64_t frames) noexcept;
-    void writePhase(float* outLeft, float* outRight, std::int64_t frames) noexcept;
-    void moveOn(std::int64_t whole, std::int64_t phase) noexcept;
+    void takeIn(StereoInput& input) noexcept REWINDLE_NONBLOCKING;
+    std::int64_t availableFrames() const noexcept REWINDLE_NONBLOCKING;
+    void writeFrames(float* outLeft, float* outRight, std::int64_t frames) noexcept REWINDLE_NONBLOCKING;
+    void writePhase(float* outLeft, float* outRight, std::int64_t frames) noexcept REWINDLE_NONBLOCKING;
+    void moveOn(std::int64_t whole, std::int64_t phase) noexcept REWINDLE_NONBLOCKING;
 
     PolyphaseFilter filter_;
     // In input frames, a whole number and a fraction over filter_.outputStep:

@@ -62,7 +62,7 @@ int TapNode::makeFilter() {
             if (state == PW_FILTER_STATE_PAUSED) self->receiver_.markPaused();
             if (state == PW_FILTER_STATE_ERROR) self->interrupt(error ? error : "node failed");
         };
-        table.process = [](void* self, spa_io_position* position) { static_cast<TapNode*>(self)->process(position); };
+        table.process = TapNode::process;
         return table;
     }();
     auto* properties =
@@ -147,18 +147,19 @@ void TapNode::interrupt(const std::string& why) {
     std::exchange(onInterrupted_, nullptr)();
 }
 
-void TapNode::process(const spa_io_position* position) noexcept {
+void TapNode::process(void* self, spa_io_position* position) noexcept {
     if (!position) return;
+    auto& node = *static_cast<TapNode*>(self);
     const auto& clock = position->clock;
     const auto frames = static_cast<std::uint32_t>(clock.duration);
     bool hasData = false;
-    for (std::size_t i = 0; i < filterPorts_.size(); ++i) {
-        cycleData_[i] = static_cast<const float*>(pw_filter_get_dsp_buffer(filterPorts_[i], frames));
-        hasData = hasData || cycleData_[i];
+    for (std::size_t i = 0; i < node.filterPorts_.size(); ++i) {
+        node.cycleData_[i] = static_cast<const float*>(pw_filter_get_dsp_buffer(node.filterPorts_[i], frames));
+        hasData = hasData || node.cycleData_[i];
     }
     if (!hasData) return; // nothing is linked to us: such a cycle is not silence of the output
     const double rate = clock.rate.num ? static_cast<double>(clock.rate.denom) / clock.rate.num : 0;
-    delivery_.receive({static_cast<std::int64_t>(clock.nsec), clock.position, frames, rate}, cycleData_);
+    node.delivery_.receive({static_cast<std::int64_t>(clock.nsec), clock.position, frames, rate}, node.cycleData_);
 }
 
 } // namespace rewindle

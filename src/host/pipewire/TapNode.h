@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Log.h"
+#include "base/Realtime.h"
 #include "host/pipewire/PipeWireConnection.h"
 #include "host/pipewire/TapDelivery.h"
 
@@ -51,7 +52,7 @@ private:
     int makeLinks();
     void watchSink();
     void interrupt(const std::string& why);
-    void process(const spa_io_position* position) noexcept REWINDLE_NONBLOCKING;
+    static void process(void* self, spa_io_position* position) noexcept REWINDLE_NONBLOCKING; // audio thread
 
     PipeWireConnection& connection_;
     const Log log_;
