@@ -25,7 +25,7 @@ check_calls() { # PROGRAM
     $1 == "section" { split($2, bound, " "); next }
     !NF { next }
     !(1 in bound) { reasons = index($0, ": "); allow = allow " " substr($0, 1, reasons - 1) " "; next }
-    NF == 1 { if (sub(/^[0-9a-f]+ </, "") && sub(/>:$/, "")) name = $0; next }
+    NF == 1 { if (sub(/^[0-9a-f]+ </, "") && sub(/(\(.*)?>:$/, "")) name = $0; next }
     { sub(/^((notrack|bnd|data16|cs|ds) )+/, "", $2) }
     $2 ~ /^(syscall|sysenter|int +\$)/ { complain("asks the kernel"); next }
     $2 ~ /^(l?call|l?jmp) +\*/ { complain("calls or jumps through a pointer"); next }
@@ -96,8 +96,8 @@ END
     if check_calls "$folder/faults" >"$folder/found"; then echo "found no fault"; return 1; fi
     for fault in $(sed -nE 's/^MARKED\(([A-Za-z]+),.*/\1/p' "$folder/faults.cpp"); do
         case $fault in
-        sound*) ! grep "^rewindle::$fault(" "$folder/found" || return 1 ;;
-        *) grep -q "^rewindle::$fault(.*): " "$folder/found" || { echo "not found: $fault"; return 1; } ;;
+        sound*) ! grep "^rewindle::$fault: " "$folder/found" || return 1 ;;
+        *) grep -q "^rewindle::$fault: " "$folder/found" || { echo "not found: $fault"; return 1; } ;;
         esac
     done
     check_entries "$folder/faults.cpp" "$folder/faults" || return 1
