@@ -9,6 +9,7 @@ allowed='
 memcpy@plt memmove@plt memset@plt: move bytes
 pw_filter_get_dsp_buffer@plt: the sound server offers it for this thread; takes a buffer from a queue without a lock
 rewindle::PipeWireLoopQueue::Signal::trigger(): writes eight bytes to an eventfd, through a table of the server
+__clang_call_terminate: ends the program, where g++ has a table that says so
 '
 
 # The section is in the program as the linker made it, so everything that the compiler inlined is in it, too, and what
