@@ -25,7 +25,8 @@ private:
     std::shared_ptr<std::atomic<bool>> cancelled_;
 };
 
-/// Runs pieces of work one after the other, in the order in which they came, on one thread.
+/// Runs pieces of work one after the other, in the order in which they came, on one thread. Work that was put off goes by
+/// its time, behind all that is not put off.
 ///
 /// Threads: every method may be called from any thread.
 /// Errors:  work must not throw.

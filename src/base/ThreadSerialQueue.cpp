@@ -1,15 +1,14 @@
 #include "base/ThreadSerialQueue.h"
 
+#include <utility>
+
 namespace rewindle {
 
 ThreadSerialQueue::ThreadSerialQueue(std::string label) : label_(std::move(label)), thread_([this] { run(); }) {}
 
 ThreadSerialQueue::~ThreadSerialQueue() {
-    {
-        const std::lock_guard hold(mutex_);
-        ending_ = true;
-    }
-    changed_.notify_one();
+    ending_ = true;
+    wake();
     thread_.join();
 }
 
@@ -18,47 +17,40 @@ bool ThreadSerialQueue::isCurrent() const {
 }
 
 void ThreadSerialQueue::async(Work work) {
-    // The smallest time keeps immediate work in order, and ahead of everything that was put off.
-    insert(TimePoint::min(), {std::move(work), nullptr});
+    due_.add(std::move(work));
+    wake();
 }
 
 DelayedWork ThreadSerialQueue::asyncAfter(std::chrono::nanoseconds delay, Work work) {
-    auto cancelled = std::make_shared<std::atomic<bool>>(false);
-    insert(std::chrono::steady_clock::now() + delay, {std::move(work), cancelled});
-    return DelayedWork(std::move(cancelled));
+    auto delayed = due_.addAfter(delay, std::move(work));
+    wake();
+    return delayed;
 }
 
-void ThreadSerialQueue::insert(TimePoint due, Entry entry) {
+void ThreadSerialQueue::wake() {
     {
         const std::lock_guard hold(mutex_);
-        if (ending_) return;
-        due_.emplace(due, std::move(entry));
+        woken_ = true;
     }
     changed_.notify_one();
 }
 
-void ThreadSerialQueue::run() {
+void ThreadSerialQueue::sleepUntilDue() {
+    const auto left = due_.untilNext();
+    const auto woken = [this] { return std::exchange(woken_, false); }; // also by what came since that look
     std::unique_lock hold(mutex_);
-    while (!ending_) {
-        if (due_.empty()) {
-            changed_.wait(hold);
-            continue;
-        }
-        const auto first = due_.begin();
-        if (first->first > std::chrono::steady_clock::now()) {
-            changed_.wait_until(hold, TimePoint(first->first));
-            continue;
-        }
-        Entry entry = std::move(first->second);
-        due_.erase(first);
-        hold.unlock();
-        if (!entry.cancelled || !entry.cancelled->load(std::memory_order_relaxed)) entry.work();
-        entry = {}; // what the work holds is released outside the lock
-        hold.lock();
+    if (left) {
+        changed_.wait_for(hold, *left, woken);
+    } else {
+        changed_.wait(hold, woken);
     }
-    auto dropped = std::move(due_);
-    due_.clear();
-    hold.unlock();
+}
+
+void ThreadSerialQueue::run() {
+    while (!ending_) {
+        if (!due_.runNext()) sleepUntilDue();
+    }
+    due_.close();
 }
 
 } // namespace rewindle

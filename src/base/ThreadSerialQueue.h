@@ -1,10 +1,10 @@
 #pragma once
 
+#include "base/Clock.h"
+#include "base/DueWork.h"
 #include "base/SerialQueue.h"
 
 #include <condition_variable>
-#include <cstdint>
-#include <map>
 #include <mutex>
 #include <thread>
 
@@ -26,20 +26,17 @@ public:
     [[nodiscard]] bool isCurrent() const override;
 
 private:
-    using TimePoint = std::chrono::steady_clock::time_point;
-    struct Entry {
-        Work work;
-        std::shared_ptr<std::atomic<bool>> cancelled; // null when it cannot be cancelled
-    };
-
-    void insert(TimePoint due, Entry entry);
+    void wake();
+    void sleepUntilDue();
     void run();
 
     const std::string label_;
-    std::mutex mutex_;
+    const SystemClock clock_;
+    DueWork due_{clock_};
+    std::atomic<bool> ending_ = false;
+    std::mutex mutex_; // guards `woken_`
     std::condition_variable changed_;
-    std::multimap<TimePoint, Entry> due_; // equal times keep their order of insertion
-    bool ending_ = false;
+    bool woken_ = false; // since the thread looked last
     std::thread thread_; // last: starts when everything above is there
 };
 

@@ -41,12 +41,12 @@ PipeWireLoopQueue::PipeWireLoopQueue(std::string label) : label_(std::move(label
 }
 
 PipeWireLoopQueue::~PipeWireLoopQueue() {
-    insert(TimePoint::min(), {[this] { ending_ = true; }, nullptr});
+    ending_ = true;
+    wake();
     thread_.join();
     pw_loop_destroy_source(loop_, timer_);
     pw_loop_destroy_source(loop_, wake_);
     pw_loop_destroy(loop_);
-    due_.clear();
     pw_deinit();
 }
 
@@ -54,6 +54,7 @@ void PipeWireLoopQueue::run() {
     pw_loop_enter(loop_);
     while (!ending_)
         pw_loop_iterate(loop_, -1);
+    due_.close(); // while the loop is there, for what was captured
     pw_loop_leave(loop_);
 }
 
@@ -62,38 +63,26 @@ bool PipeWireLoopQueue::isCurrent() const {
 }
 
 void PipeWireLoopQueue::async(Work work) {
-    insert(TimePoint::min(), {std::move(work), nullptr});
+    due_.add(std::move(work));
+    wake();
 }
 
 DelayedWork PipeWireLoopQueue::asyncAfter(std::chrono::nanoseconds delay, Work work) {
-    auto cancelled = std::make_shared<std::atomic<bool>>(false);
-    insert(std::chrono::steady_clock::now() + delay, {std::move(work), cancelled});
-    return DelayedWork(std::move(cancelled));
+    auto delayed = due_.addAfter(delay, std::move(work));
+    wake();
+    return delayed;
 }
 
-void PipeWireLoopQueue::insert(TimePoint due, Entry entry) {
-    {
-        const std::lock_guard hold(mutex_);
-        due_.emplace(due, std::move(entry));
-    }
+void PipeWireLoopQueue::wake() {
     pw_loop_signal_event(loop_, wake_);
 }
 
 void PipeWireLoopQueue::runDue() {
     if (waiting_) return; // waitFor looks again at its end
-    std::unique_lock hold(mutex_);
     // What comes in meanwhile has its turn when the loop has looked after its other sources.
-    for (auto turn = due_.size(); turn > 0 && !ending_ && !due_.empty(); --turn) {
-        const auto first = due_.begin();
-        const auto now = std::chrono::steady_clock::now();
-        if (first->first > now) return arm(loop_, timer_, first->first - now);
-        Entry entry = std::move(first->second);
-        due_.erase(first);
-        hold.unlock();
-        if (!entry.cancelled || !entry.cancelled->load(std::memory_order_relaxed)) entry.work();
-        entry = {}; // what the work holds is released outside the lock
-        hold.lock();
+    for (auto turn = due_.count(); turn > 0 && !ending_ && due_.runNext(); --turn) {
     }
+    if (const auto left = due_.untilNext()) arm(loop_, timer_, *left);
 }
 
 bool PipeWireLoopQueue::waitFor(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
@@ -106,7 +95,7 @@ bool PipeWireLoopQueue::waitFor(const std::function<bool()>& done, std::chrono::
         pw_loop_iterate(loop_, static_cast<int>(left.count()));
     }
     waiting_ = outer;
-    if (!waiting_) pw_loop_signal_event(loop_, wake_);
+    if (!waiting_) wake();
     return done();
 }
 

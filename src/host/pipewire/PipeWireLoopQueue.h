@@ -1,13 +1,12 @@
 #pragma once
 
+#include "base/Clock.h"
+#include "base/DueWork.h"
 #include "base/SerialQueue.h"
 
 #include <chrono>
 #include <functional>
-#include <map>
-#include <mutex>
 #include <thread>
-#include <vector>
 
 struct pw_loop;
 struct spa_source;
@@ -68,13 +67,7 @@ public:
     };
 
 private:
-    using TimePoint = std::chrono::steady_clock::time_point;
-    struct Entry {
-        Work work;
-        std::shared_ptr<std::atomic<bool>> cancelled;
-    };
-
-    void insert(TimePoint due, Entry entry);
+    void wake();
     void runDue();
     void run();
 
@@ -83,10 +76,10 @@ private:
     spa_source* wake_ = nullptr;
     spa_source* timer_ = nullptr;
     bool waiting_ = false; // inside waitFor: queued work stays queued
-    bool ending_ = false;  // loop thread only
+    std::atomic<bool> ending_ = false;
 
-    std::mutex mutex_;
-    std::multimap<TimePoint, Entry> due_;
+    const SystemClock clock_;
+    DueWork due_{clock_};
     std::thread thread_;
 };
 

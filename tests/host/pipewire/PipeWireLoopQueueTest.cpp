@@ -1,11 +1,17 @@
 #include "host/pipewire/PipeWireLoopQueue.h"
 
+#include "base/SerialQueueContract.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <optional>
 
 namespace rewindle::test {
+
+INSTANTIATE_TEST_SUITE_P(PipeWireLoop, SerialQueueThreads,
+                         testing::Values(&makeQueue<QueueOnItsThread<PipeWireLoopQueue>>));
+
 namespace {
 
 /// Work that puts itself on the queue again and again, as a long copy does.

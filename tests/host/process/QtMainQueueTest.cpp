@@ -1,77 +1,48 @@
 #include "host/process/QtMainQueue.h"
 
+#include "base/SerialQueueContract.h"
 #include "host/PrivateBus.h"
-
-#include <gmock/gmock.h>
-
-#include <thread>
-#include <vector>
 
 namespace rewindle::test {
 namespace {
 
-using namespace std::chrono_literals;
-using testing::ElementsAre;
-
 /// The queue of this thread, whose event loop runs while a test waits.
-class QtMainQueueTest : public testing::Test {
-protected:
-    SerialQueue::Work mark(int number) {
-        return [this, number] {
-            EXPECT_TRUE(queue->isCurrent());
-            marks.push_back(number);
-        };
+class QtQueueUnderTest final : public QueueUnderTest {
+public:
+    SerialQueue& queue() override { return *queue_; }
+    void end() override {
+        queue_.reset();
+        QCoreApplication::processEvents(); // nothing is left of it in the loop
+    }
+    void runUntil(const std::function<bool()>& done) override { EXPECT_TRUE(test::runUntil(done)); }
+    void callFromOutside(const std::function<void()>& work) override {
+        std::atomic<bool> returned = false;
+        const std::jthread caller([&] {
+            work();
+            returned = true;
+        });
+        runUntil([&] { return returned.load(); });
     }
 
-    std::optional<QtMainQueue> queue{"main"};
-    std::vector<int> marks;
+private:
+    std::optional<QtMainQueue> queue_{"a queue"};
 };
 
-TEST_F(QtMainQueueTest, RunsWorkFromAnyThreadInOrderAndNeverAtOnce) {
-    queue->async(mark(1));
-    std::jthread([&] {
-        EXPECT_FALSE(queue->isCurrent());
-        queue->async(mark(2));
-        queue->async(mark(3));
-    }).join();
-    EXPECT_TRUE(marks.empty());
-    EXPECT_TRUE(runUntil([&] { return marks.size() == 3; }));
-    EXPECT_THAT(marks, ElementsAre(1, 2, 3));
-}
-
-TEST_F(QtMainQueueTest, DelayedWorkRunsWhenDueUnlessItIsCalledOff) {
-    std::jthread([&] { // from another thread, which has no timers of this one
-        queue->asyncAfter(60ms, mark(3));
-        queue->asyncAfter(20ms, mark(1));
-        queue->asyncAfter(40ms, mark(2)).cancel();
-    })
-        .join();
-    EXPECT_TRUE(runUntil([&] { return marks.size() == 2; }));
-    EXPECT_THAT(marks, ElementsAre(1, 3));
-}
-
-TEST_F(QtMainQueueTest, SyncReturnsWhenTheWorkIsDone) {
-    std::atomic<bool> returned = false;
-    std::jthread caller([&] {
-        queue->sync(mark(1));
+TEST(QtMainQueue, GoesOnInsideAnEventLoopThatItsWorkRuns) {
+    using namespace std::chrono_literals;
+    QtMainQueue queue("main");
+    bool laterRan = false;
+    bool returned = false;
+    queue.asyncAfter(1ms, [&] { // a dialog, say
+        EXPECT_TRUE(runUntil([&] { return laterRan; }));
         returned = true;
     });
-    queue->sync(mark(2)); // on the queue already: at once
-    EXPECT_THAT(marks, ElementsAre(2));
-    EXPECT_TRUE(runUntil([&] { return returned.load(); }));
-    EXPECT_THAT(marks, ElementsAre(2, 1));
-}
-
-TEST_F(QtMainQueueTest, DropsWhatStillWaitsAtItsEnd) {
-    bool last = false;
-    QtMainQueue other("other");
-    queue->async(mark(1));
-    queue->asyncAfter(1ms, mark(2));
-    queue.reset();
-    other.asyncAfter(5ms, [&] { last = true; });
-    EXPECT_TRUE(runUntil([&] { return last; }));
-    EXPECT_TRUE(marks.empty());
+    queue.asyncAfter(2ms, [&] { laterRan = true; });
+    EXPECT_TRUE(runUntil([&] { return returned; }));
 }
 
 } // namespace
+
+INSTANTIATE_TEST_SUITE_P(QtMain, SerialQueueThreads, testing::Values(&makeQueue<QtQueueUnderTest>));
+
 } // namespace rewindle::test
