@@ -11,9 +11,12 @@ namespace {
 class LiveWaveformDrawnBy : public LiveWaveform, public testing::WithParamInterface<const char*> {
 protected:
     void startDrawing() {
-        start("REWINDLE_RENDERER=" + std::string(GetParam()));
-        const int expected = GetParam() == std::string("metal");
-        EXPECT_TRUE(eventually([&] { return rewindle->logCount("Drawing with llvmpipe") == expected; }));
+        const auto dump = session.folder() / "frame.png";
+        start("REWINDLE_DUMP_FRAME=" + dump.string() + " REWINDLE_RENDERER=" + GetParam());
+        const bool byGpu = GetParam() == std::string("metal");
+        EXPECT_TRUE(eventually([&] { return rewindle->logCount("Drawing with llvmpipe") == (byGpu ? 1 : 0); }));
+        EXPECT_TRUE(eventually([&] { return !byGpu || lookAt(dump).width == desktop.area(kWindow).width; }));
+        EXPECT_EQ(std::filesystem::exists(dump), byGpu);
     }
 };
 

@@ -377,6 +377,22 @@ TEST_F(WaveformViewInputTest, SavesAndCopiesTheSelectionInWholeFrames) {
     EXPECT_EQ(failures.size(), 4U);
 }
 
+TEST_F(WaveformViewInputTest, NothingCanBeMarkedOrHeardBeforeAnythingIs) {
+    view->setRingBuffer(std::make_shared<AudioRingBuffer>(30, memory));
+    tick();
+    for (const auto code : {KeyCode::home, KeyCode::leftArrow, KeyCode::rightArrow, KeyCode::end})
+        (void)key(code);
+    drag(300, 700);
+    (void)command(U'+');
+    (void)command(U'A');
+    tick();
+    EXPECT_FALSE(marks().hasSelection());
+    (void)command(U'c');
+    (void)key(KeyCode::space);
+    EXPECT_FALSE(outlets.copied);
+    EXPECT_FALSE(audition.isPlaying());
+}
+
 TEST_F(WaveformViewInputTest, ThePointersShapeTellsWhatAPressWouldDo) {
     const auto hover = [&](double x, ModifierFlags modifiers = {}) {
         host.pointer = Point{x, 100};
