@@ -5,34 +5,13 @@
 
 #include <algorithm>
 #include <array>
-#include <concepts>
+#include <cstring>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace rewindle::test {
-
-/// What a fake GPU was asked to do, a line each. Without `recording` nothing is written down, nor allocated for it.
-struct GpuRecord {
-    bool recording = true;
-    std::vector<std::string> lines;
-
-    template <class... Parts>
-    void note(const Parts&... parts) {
-        if (recording) lines.push_back((text(parts) + ...));
-    }
-    [[nodiscard]] std::vector<std::string> take() { return std::exchange(lines, {}); }
-    [[nodiscard]] std::vector<std::string> takeStartingWith(const std::string& start) {
-        auto all = take();
-        std::erase_if(all, [&](const std::string& line) { return !line.starts_with(start); });
-        return all;
-    }
-
-private:
-    static std::string text(const std::string& part) { return part; }
-    static std::string text(std::integral auto part) { return std::to_string(part); }
-};
 
 class FakeGpuBuffer final : public GpuBuffer {
 public:
@@ -57,47 +36,48 @@ public:
     std::vector<std::byte> pixels;
 };
 
-struct FakeGpuSampler final : GpuSampler {};
-
-struct FakeGpuLibrary final : GpuLibrary {
-    [[nodiscard]] bool hasFunction(std::string_view name) const override { return !missing.contains(name); }
-    std::set<std::string, std::less<>> missing;
-};
-
 struct FakeGpuPipeline final : GpuPipeline {
-    explicit FakeGpuPipeline(const GpuPipelineDescriptor& of)
-        : name(of.vertexFunction + " " + of.fragmentFunction + " x" + std::to_string(of.sampleCount) +
-               (of.blending ? " over" : " opaque")) {}
-    std::string name;
+    explicit FakeGpuPipeline(GpuPipelineDescriptor of) : descriptor(std::move(of)) {}
+    GpuPipelineDescriptor descriptor;
 };
 
-/// Notes each call.
+/// What one call has drawn. The bytes of its buffers are seen as they are when somebody looks.
+struct FakeGpuDraw {
+    std::string_view vertexFunction;
+    std::size_t firstVertex = 0, vertexCount = 0;
+    std::array<std::span<const std::byte>, 2> buffers;
+
+    template <class Value>
+    [[nodiscard]] std::vector<Value> values(std::size_t buffer) const {
+        std::vector<Value> copied(buffers.at(buffer).size() / sizeof(Value));
+        std::memcpy(copied.data(), buffers.at(buffer).data(), copied.size() * sizeof(Value));
+        return copied;
+    }
+};
+
 class FakeGpuEncoder final : public GpuRenderEncoder {
 public:
-    explicit FakeGpuEncoder(GpuRecord& record) : record_(record) {}
+    FakeGpuEncoder() { draws.reserve(16); }
     void setPipeline(const GpuPipeline& pipeline) override {
-        record_.note("pipeline ", dynamic_cast<const FakeGpuPipeline&>(pipeline).name);
+        next_.vertexFunction = dynamic_cast<const FakeGpuPipeline&>(pipeline).descriptor.vertexFunction;
     }
-    void setVertexBuffer(int index, const GpuBuffer&, std::size_t offset, std::size_t length) override {
-        record_.note("vertex buffer ", index, ": ", length, " bytes at ", offset);
+    void setVertexBuffer(int index, const GpuBuffer& buffer, std::size_t offset, std::size_t length) override {
+        next_.buffers.at(static_cast<std::size_t>(index)) =
+            std::span(dynamic_cast<const FakeGpuBuffer&>(buffer).bytes).subspan(offset, length);
     }
-    void setVertexBytes(int index, std::span<const std::byte> bytes) override {
-        record_.note("vertex bytes ", index, ": ", bytes.size());
+    void setVertexBytes(int, std::span<const std::byte>) override {}
+    void setFragmentBytes(int, std::span<const std::byte>) override {}
+    void setFragmentTexture(int, const GpuTexture&, const GpuSampler&) override {}
+    void draw(GpuPrimitive, std::size_t firstVertex, std::size_t vertexCount) override {
+        next_.firstVertex = firstVertex;
+        next_.vertexCount = vertexCount;
+        draws.push_back(next_);
     }
-    void setFragmentBytes(int index, std::span<const std::byte> bytes) override {
-        record_.note("fragment bytes ", index, ": ", bytes.size());
-    }
-    void setFragmentTexture(int index, const GpuTexture& texture, const GpuSampler&) override {
-        record_.note("fragment texture ", index, ": ", texture.width(), "x", texture.height());
-    }
-    void draw(GpuPrimitive primitive, std::size_t firstVertex, std::size_t vertexCount) override {
-        record_.note(primitive == GpuPrimitive::triangles ? "draw triangles " : "draw strip ", vertexCount, " from ",
-                     firstVertex);
-    }
-    void endEncoding() override { record_.note("end"); }
+    void endEncoding() override {}
+    std::vector<FakeGpuDraw> draws;
 
 private:
-    GpuRecord& record_;
+    FakeGpuDraw next_;
 };
 
 class FakeGpuDevice;
@@ -106,7 +86,9 @@ class FakeGpuCommandBuffer final : public GpuCommandBuffer {
 public:
     explicit FakeGpuCommandBuffer(FakeGpuDevice& device) : device_(device) {}
     [[nodiscard]] GpuRenderEncoder* makeRenderEncoder(const GpuRenderPass& pass) override;
-    void copy(const GpuTexture& from, GpuTexture& to) override;
+    void copy(const GpuTexture& from, GpuTexture& to) override {
+        dynamic_cast<FakeGpuTexture&>(to).pixels = dynamic_cast<const FakeGpuTexture&>(from).pixels;
+    }
     void addCompletedHandler(std::function<void()> handler) override { handlers.push_back(std::move(handler)); }
     void present(GpuDrawable& drawable) override;
     void commit() override;
@@ -121,40 +103,25 @@ private:
 /// "queue", "library", "sampler", "pipeline", "buffer", "texture", "commands", "encoder".
 class FakeGpuDevice final : public GpuDevice {
 public:
-    [[nodiscard]] std::unique_ptr<GpuCommandQueue> makeCommandQueue() override {
-        return fails("queue") ? nullptr : std::make_unique<Queue>(*this);
-    }
+    [[nodiscard]] std::unique_ptr<GpuCommandQueue> makeCommandQueue() override { return made<Queue>("queue", *this); }
     [[nodiscard]] Result<std::unique_ptr<GpuLibrary>> makeLibrary() override {
-        if (fails("library")) return Error{1, "0:3: syntax error"};
-        auto library = std::make_unique<FakeGpuLibrary>();
-        library->missing = missingFunctions;
-        return {std::unique_ptr<GpuLibrary>(std::move(library))};
+        if (failing.contains("library")) return Error{1, "0:3: syntax error"};
+        return {std::unique_ptr<GpuLibrary>(std::make_unique<Library>(missingFunctions))};
     }
-    [[nodiscard]] std::unique_ptr<GpuSampler> makeLinearSampler() override {
-        return fails("sampler") ? nullptr : std::make_unique<FakeGpuSampler>();
-    }
+    [[nodiscard]] std::unique_ptr<GpuSampler> makeLinearSampler() override { return made<GpuSampler>("sampler"); }
     [[nodiscard]] std::unique_ptr<GpuPipeline> makePipeline(const GpuLibrary&,
-                                                            const GpuPipelineDescriptor& descriptor) override {
-        if (fails("pipeline")) return nullptr;
-        auto made = std::make_unique<FakeGpuPipeline>(descriptor);
-        record.note("make pipeline ", made->name);
-        return made;
+                                                            const GpuPipelineDescriptor& of) override {
+        return made<FakeGpuPipeline>("pipeline", of);
     }
     [[nodiscard]] std::unique_ptr<GpuBuffer> makeBuffer(std::size_t length) override {
-        record.note("make buffer ", length);
-        return fails("buffer") ? nullptr : std::make_unique<FakeGpuBuffer>(length);
+        return made<FakeGpuBuffer>("buffer", length);
     }
     [[nodiscard]] std::unique_ptr<GpuTexture> makeTexture(const GpuTextureDescriptor& of) override {
-        record.note("make texture ", of.width, "x", of.height, " x", of.sampleCount);
-        return fails("texture") ? nullptr : std::make_unique<FakeGpuTexture>(of);
+        return made<FakeGpuTexture>("texture", of);
     }
-    bool waitForCompletion() override {
-        record.note("wait");
-        return completeOldest();
-    }
+    bool waitForCompletion() override { return completeOldest(); }
 
     // The test's side
-    [[nodiscard]] bool fails(const std::string& what) const { return failing.contains(what); }
     bool completeOldest() {
         if (completed == committed) return false;
         auto& handlers = inFlight[completed++ % inFlight.size()];
@@ -164,22 +131,30 @@ public:
         return true;
     }
 
-    GpuRecord record;
-    std::set<std::string> failing;
-    std::set<std::string, std::less<>> missingFunctions;
+    std::set<std::string, std::less<>> failing, missingFunctions;
     std::array<std::vector<std::function<void()>>, 8> inFlight; // the handlers of each, in turn
-    std::size_t committed = 0, completed = 0;
+    std::size_t presented = 0, committed = 0, completed = 0;    // frames
     FakeGpuCommandBuffer commands{*this};
-    FakeGpuEncoder encoder{record};
+    FakeGpuEncoder encoder;
 
 private:
     struct Queue final : GpuCommandQueue {
-        explicit Queue(FakeGpuDevice& device) : device_(device) {}
+        explicit Queue(FakeGpuDevice& owner) : device(owner) {}
         [[nodiscard]] GpuCommandBuffer* makeCommandBuffer() override {
-            return device_.fails("commands") ? nullptr : &device_.commands;
+            return device.failing.contains("commands") ? nullptr : &device.commands;
         }
-        FakeGpuDevice& device_;
+        FakeGpuDevice& device;
     };
+    struct Library final : GpuLibrary {
+        explicit Library(const std::set<std::string, std::less<>>& without) : missing(without) {}
+        [[nodiscard]] bool hasFunction(std::string_view name) const override { return !missing.contains(name); }
+        std::set<std::string, std::less<>> missing;
+    };
+    template <class Thing, class... Arguments>
+    std::unique_ptr<Thing> made(std::string_view name, Arguments&&... arguments) const {
+        if (failing.contains(name)) return nullptr;
+        return std::make_unique<Thing>(std::forward<Arguments>(arguments)...);
+    }
 };
 
 /// A view's surface under the test's control.
@@ -191,35 +166,27 @@ public:
         picture =
             FakeGpuTexture({.width = static_cast<int>(pixels.width), .height = static_cast<int>(pixels.height)});
     }
-    void configure(GpuDevice&, const GpuLayerConfiguration& to) override { configuration = to; }
+    void configure(GpuDevice&, const GpuLayerConfiguration&) override {}
     [[nodiscard]] Size drawableSize() const override { return size; }
     [[nodiscard]] GpuDrawable* nextDrawable() override { return available ? this : nullptr; }
     [[nodiscard]] GpuTexture& texture() override { return picture; }
 
     bool available = true;
     Size size;
-    GpuLayerConfiguration configuration;
     FakeGpuTexture picture{GpuTextureDescriptor{}};
 };
 
-inline GpuRenderEncoder* FakeGpuCommandBuffer::makeRenderEncoder(const GpuRenderPass& pass) {
-    if (device_.fails("encoder")) return nullptr;
-    const auto& target = dynamic_cast<const FakeGpuTexture&>(*pass.target).descriptor;
-    device_.record.note("pass ", target.width, "x", target.height, " x", target.sampleCount);
+inline GpuRenderEncoder* FakeGpuCommandBuffer::makeRenderEncoder(const GpuRenderPass&) {
+    if (device_.failing.contains("encoder")) return nullptr;
+    device_.encoder.draws.clear();
     return &device_.encoder;
 }
 
-inline void FakeGpuCommandBuffer::copy(const GpuTexture& from, GpuTexture& to) {
-    device_.record.note("copy");
-    dynamic_cast<FakeGpuTexture&>(to).pixels = dynamic_cast<const FakeGpuTexture&>(from).pixels;
-}
-
 inline void FakeGpuCommandBuffer::present(GpuDrawable&) {
-    device_.record.note("present");
+    ++device_.presented;
 }
 
 inline void FakeGpuCommandBuffer::commit() {
-    device_.record.note("commit");
     std::swap(device_.inFlight[device_.committed++ % device_.inFlight.size()], handlers);
 }
 

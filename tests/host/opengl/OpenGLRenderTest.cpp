@@ -130,39 +130,50 @@ TEST_P(OpenGLRenderTest, DrawsTheSameWhateverOthersLeftInTheContextAndLeavesNoth
 TEST_P(OpenGLRenderTest, DumpsFramesUprightAndInTheirColours) {
     FrameDump dump("frame.png", clock, image);
     WaveformMetalRenderer dumping(*core, dump);
+    frame.flatColor.alpha = 0.5;
     frame.overlays = {{{0, 0, 200, 10}, {0, 0, 1, 1}}};
     dumping.render(frame, Columns(102, -0.5F), Columns(102, 0.5F), layer);
     dump.releaseTexture();
     EXPECT_EQ(image.kept.width, 200);
     EXPECT_EQ(image.kept.at(100, 5), (Pixel{0, 0, 255, 255}));
-    EXPECT_EQ(image.kept.at(100, 50), (Pixel{255, 0, 0, 255}));
+    EXPECT_EQ(image.kept.at(100, 50), (Pixel{128, 0, 0, 128}));
     EXPECT_EQ(image.kept.at(100, 95), (Pixel{0, 0, 0, 0}));
 }
 
-TEST_P(OpenGLRenderTest, DrawsTexturesUprightAndRampsPremultiplied) {
+TEST_P(OpenGLRenderTest, DrawsTexturesUprightAndRampsAndColoursPremultiplied) {
     const auto bytes = [](std::initializer_list<int> values) {
         std::vector<std::byte> made;
         std::ranges::transform(values, std::back_inserter(made), [](int value) { return std::byte(value); });
         return made;
     };
     const auto twoRows = imageTexture({1, 2, bytes({255, 0, 0, 255, 0, 0, 128, 128})}, *device);
-    const auto halfRed = imageTexture({1, 1, bytes({200, 0, 0, 128})}, *device);
-    ASSERT_TRUE(twoRows && halfRed);
+    const auto redToBlue = rampTexture({{{0.25, {1, 0, 0, 1}}, {0.75, {0, 0, 1, 0.5}}}}, 256, *device);
+    ASSERT_TRUE(twoRows && redToBlue);
+    EXPECT_FALSE(imageTexture({.width = 3, .height = 0, .bytes = {}}, *device) || rampTexture({}, 0, *device));
     std::vector<TexVertex> quad;
-    appendTexturedQuad(quad, {0, 0, 100, 100}, {200, 100});
-    std::vector<RampVertex> ramp;
-    appendRampQuad(ramp, {100, 0, 100, 100}, 50, 100, {200, 100});
+    appendTexturedQuad(quad, {0, 0, 50, 100}, {200, 100});
+    std::vector<RampVertex> ramp, unfilled;
+    appendRampQuad(ramp, {50, 0, 100, 100}, 50, 100, {200, 100}); // half full
+    appendRampQuad(unfilled, {150, 0, 25, 100}, 50, 0, {200, 100});
+    std::vector<ColoredVertex> colored;
+    appendColoredQuad(colored, {175, 0, 25, 100}, premultiplied({1, 0.5, 0, 0.5}), {200, 100});
 
     GpuCommandBuffer* const commands = core->commandQueue().makeCommandBuffer();
     GpuRenderEncoder* const encoder = commands->makeRenderEncoder({.target = target.get()});
     core->drawTextured(quad, *twoRows, *encoder, ShaderFunctions::texVertex, ShaderFunctions::texFragment);
-    core->drawTextured(ramp, *halfRed, *encoder, ShaderFunctions::rampVertex, ShaderFunctions::rampFragment);
+    core->drawTextured(ramp, *redToBlue, *encoder, ShaderFunctions::rampVertex, ShaderFunctions::rampFragment);
+    core->drawTextured(unfilled, *redToBlue, *encoder, ShaderFunctions::rampVertex, ShaderFunctions::rampFragment);
+    core->drawColored(colored, *encoder);
+    core->drawColored({}, *encoder);
     encoder->endEncoding();
     commands->commit();
     const Picture picture = pictureOf(*target);
-    EXPECT_EQ(picture.at(50, 5), (Pixel{255, 0, 0, 255}));
-    EXPECT_EQ(picture.at(50, 95), (Pixel{0, 0, 128, 128}));
-    EXPECT_EQ(picture.at(150, 50), (Pixel{100, 0, 0, 128}));
+    const std::pair<std::array<int, 2>, Pixel> expected[] = {
+        {{25, 5}, {255, 0, 0, 255}},   {{25, 95}, {0, 0, 128, 128}},  {{60, 50}, {255, 0, 0, 255}},
+        {{149, 50}, {73, 0, 73, 191}}, {{170, 50}, {255, 0, 0, 255}}, {{190, 50}, {128, 64, 0, 128}}};
+    for (const auto& [place, pixel] : expected)
+        for (std::size_t part = 0; part < 4; ++part)
+            EXPECT_NEAR(picture.at(place[0], place[1])[part], pixel.at(part), 2) << place[0] << ", part " << part;
 }
 
 TEST_P(OpenGLRenderTest, NamesTheDriverAndRefusesAContextWithoutItsFunctions) {
