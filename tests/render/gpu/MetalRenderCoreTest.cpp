@@ -52,7 +52,8 @@ TEST(TripleBufferTest, GrowsASlotByDoublingNeverShrinksItAndLosesNoneToFailedAll
         EXPECT_EQ(buffers.next(10), nullptr);
     device.failing = {};
     const auto lengthFor = [&](std::size_t length) { // of one frame, complete before the next
-        const auto made = buffers.next(length)->length();
+        const GpuBuffer* const buffer = buffers.next(length);
+        const auto made = buffer ? buffer->length() : 0;
         buffers.submit(device.commands);
         device.commands.commit();
         device.completeOldest();
