@@ -78,88 +78,50 @@ TEST(WaveformOverlaysTest, ShowOnlyWhatCanBeSeen) {
     EXPECT_EQ(outside.cursorLine, std::nullopt);
 }
 
-TEST(WaveformOverlaysTest, QuadsComeInDrawingOrderWithTheLastDashCut) {
-    WaveformTheme theme;
-    theme.headFrozen = {1, 0, 0};
-    theme.selectionFill = {0, 1, 0};
-    theme.selectionStroke = {0, 0, 1};
-    theme.playhead = {1, 1, 0};
-    const WaveformOverlays overlays{Rect{7, 0, 2, 10}, Rect{100, 0, 50, 10}, Rect{20, 0, 1, 10}};
-    std::vector<WaveformOverlayQuad> quads(3);
-    overlayQuads(overlays, theme, true, quads);
-    EXPECT_THAT(quads, testing::ElementsAre(WaveformOverlayQuad{{7, 0, 2, 10}, theme.headFrozen},
-                                            WaveformOverlayQuad{{100, 0, 50, 10}, theme.selectionFill},
-                                            WaveformOverlayQuad{{100.5, 0.5, 49, 1}, theme.selectionStroke},
-                                            WaveformOverlayQuad{{100.5, 8.5, 49, 1}, theme.selectionStroke},
-                                            WaveformOverlayQuad{{100.5, 0.5, 1, 9}, theme.selectionStroke},
-                                            WaveformOverlayQuad{{148.5, 0.5, 1, 9}, theme.selectionStroke},
-                                            WaveformOverlayQuad{{20, 0, 1, 4}, theme.playhead},
-                                            WaveformOverlayQuad{{20, 8, 1, 2}, theme.playhead}));
-}
-
 TEST(WaveformRedrawTest, DrawsWhenSomethingHasMovedSoFarThatItCanBeSeen) {
+    using State = WaveformDrawnState;
+    const auto zoomed = [](double zoom) { return [zoom](State& state) { state.multiplier = zoom; }; };
+    const auto frozen = [](State& state) { state.frozen = true; };
+    const auto playhead = [](State& state) { state.insertMarker = 5; };
     struct Case {
         const char* what;
         bool expected;
-        void (*change)(WaveformDrawnState& drawn, WaveformDrawnState& now);
+        std::function<void(State&)> change; // since it was drawn
+        std::function<void(State&)> before = [](State&) {};
     };
-    using State = WaveformDrawnState;
     const Case cases[] = {
-        {"nothing", false, [](State&, State&) {}},
-        {"never drawn", true, [](State& drawn, State&) { drawn.viewStart = State::kNone; }},
-        {"size", true, [](State&, State& now) { now.size.height += 1; }},
-        {"freeze", true, [](State&, State& now) { now.frozen = true; }},
-        {"zoom", true, [](State&, State& now) { now.multiplier += 0.00011; }},
-        {"little zoom", false, [](State&, State& now) { now.multiplier += 0.00009; }},
-        {"start", true, [](State&, State& now) { now.viewStart += 0.1001; }},
-        {"little start", false, [](State&, State& now) { now.viewStart -= 0.09; }},
-        {"little start, zoomed in", true,
-         [](State& drawn, State& now) {
-             drawn.multiplier = now.multiplier = 4;
-             now.viewStart += 0.026;
-         }},
-        {"less than a fiftieth, zoomed far in", false,
-         [](State& drawn, State& now) {
-             drawn.multiplier = now.multiplier = 32;
-             now.viewStart += 0.019;
-         }},
-        {"head", true, [](State&, State& now) { now.head += 0.5001; }},
-        {"little head", false, [](State&, State& now) { now.head += 0.49; }},
-        {"little head while following", true,
-         [](State&, State& now) {
-             now.followLive = true;
-             now.head += 0.002;
-         }},
-        {"little head while following, frozen", false,
-         [](State& drawn, State& now) {
-             now.followLive = drawn.frozen = now.frozen = true;
-             now.head += 0.002;
-         }},
-        {"an audition", true, [](State&, State& now) { now.auditionPlaying = true; }},
-        {"its cursor appears", true, [](State&, State& now) { now.playbackCursor = 5; }},
-        {"its cursor goes", true, [](State& drawn, State&) { drawn.playbackCursor = 5; }},
-        {"the playhead moves", true,
-         [](State& drawn, State& now) {
-             drawn.insertMarker = 5;
-             now.insertMarker = 5.5;
-         }},
-        {"the playhead moves little", false,
-         [](State& drawn, State& now) {
-             drawn.insertMarker = 5;
-             now.insertMarker = 5.4;
-         }},
-        {"a blink", true, [](State&, State& now) { now.cursorBlinkVisible = false; }},
+        {"nothing", false, [](State&) {}},
+        {"never drawn", true, [](State& now) { now.viewStart = 5; },
+         [](State& drawn) { drawn.viewStart = State::kNone; }},
+        {"size", true, [](State& now) { now.size.height += 1; }},
+        {"freeze", true, frozen},
+        {"zoom", true, [](State& now) { now.multiplier += 0.00011; }},
+        {"little zoom", false, [](State& now) { now.multiplier += 0.00009; }},
+        {"start", true, [](State& now) { now.viewStart += 0.1001; }},
+        {"little start", false, [](State& now) { now.viewStart -= 0.09; }},
+        {"little start, zoomed in", true, [](State& now) { now.viewStart += 0.026; }, zoomed(4)},
+        {"less than a fiftieth, far in", false, [](State& now) { now.viewStart += 0.019; }, zoomed(32)},
+        {"head", true, [](State& now) { now.head += 0.5001; }},
+        {"little head", false, [](State& now) { now.head += 0.49; }},
+        {"little head, following", true, [](State& now) { now.followLive = true, now.head += 0.002; }},
+        {"the same, frozen", false, [](State& now) { now.followLive = true, now.head += 0.002; }, frozen},
+        {"an audition", true, [](State& now) { now.auditionPlaying = true; }},
+        {"its cursor appears", true, [](State& now) { now.playbackCursor = 5; }},
+        {"the playhead goes", true, [](State& now) { now.insertMarker = State::kNone; }, playhead},
+        {"the playhead moves", true, [](State& now) { now.insertMarker = 5.5; }, playhead},
+        {"the playhead moves little", false, [](State& now) { now.insertMarker = 5.4; }, playhead},
+        {"a blink", true, [](State& now) { now.cursorBlinkVisible = false; }},
     };
-    for (const auto& c : cases) {
-        State drawn;
-        drawn.viewStart = 1'000'000;
-        drawn.head = 2'000'000;
-        drawn.multiplier = 1;
-        drawn.size = {800, 200};
-        drawn.cursorBlinkVisible = true;
+    for (const auto& [what, expected, change, before] : cases) {
+        State drawn{.viewStart = 1'000'000,
+                    .head = 2'000'000,
+                    .multiplier = 1,
+                    .size = {800, 200},
+                    .cursorBlinkVisible = true};
+        before(drawn);
         State now = drawn;
-        c.change(drawn, now);
-        EXPECT_EQ(needsRedraw(drawn, now), c.expected) << c.what;
+        change(now);
+        EXPECT_EQ(needsRedraw(drawn, now), expected) << what;
     }
 }
 

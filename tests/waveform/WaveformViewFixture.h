@@ -34,19 +34,28 @@ struct FakeFreeze final : CaptureFreeze {
     bool frozen = false;
 };
 
-/// Plays until it is stopped; `position` is moved by the test.
+/// A player that gets round to what it is asked when the test lets it. `position` is moved by the test.
 struct FakeAudition final : AuditionControl {
+    struct Request {
+        std::shared_ptr<AudioRingBuffer> ringBuffer;
+        ClipRange range;
+        float trimDb = 0;
+    };
     [[nodiscard]] bool isPlaying() const override { return playing.has_value(); }
     [[nodiscard]] std::optional<double> currentPlaybackFrame() const override { return position; }
-    void play(const std::shared_ptr<AudioRingBuffer>&, std::int64_t start, std::int64_t end, float) override {
-        playing = ClipRange{start, end};
-        position = static_cast<double>(start);
+    void play(const std::shared_ptr<AudioRingBuffer>& ringBuffer, std::int64_t start, std::int64_t end,
+              float trimDb) override {
+        asked = Request{ringBuffer, {start, end}, trimDb};
     }
-    void stop(const std::shared_ptr<AudioRingBuffer>&) override {
-        playing.reset();
-        position.reset();
+    void stop(const std::shared_ptr<AudioRingBuffer>& ringBuffer) override {
+        EXPECT_TRUE(playing && playing->ringBuffer == ringBuffer) << "that one is not being played";
+        asked.reset();
     }
-    std::optional<ClipRange> playing;
+    void catchUp() {
+        playing = asked;
+        position = asked ? std::optional(static_cast<double>(asked->range.first)) : std::nullopt;
+    }
+    std::optional<Request> asked, playing;
     std::optional<double> position;
 };
 
