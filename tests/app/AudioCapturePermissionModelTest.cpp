@@ -76,15 +76,11 @@ TEST_F(AudioCapturePermissionModelTest, LaunchTakesAFreshAnswerOnceTheUserHasBee
         Outcome outcome;
         State state;
         bool flow;
-        const char* line;
     };
-    for (const auto& [outcome, expected, flow, line] :
-         {Case{Outcome::granted, State::granted, true, "probe granted during launch reconciliation."},
-          Case{Outcome::denied, State::needsSystemSettings, true,
-               "TCC has a denied AudioCapture entry (launch reconciliation); showing System Settings guidance."},
-          Case{Outcome::noEntry, State::firstRun, false,
-               "No TCC AudioCapture entry (launch reconciliation); showing first-run permission UI."}}) {
-        SCOPED_TRACE(line);
+    for (const auto& [outcome, expected, flow] :
+         {Case{Outcome::granted, State::granted, true}, Case{Outcome::denied, State::needsSystemSettings, true},
+          Case{Outcome::noEntry, State::firstRun, false}}) {
+        SCOPED_TRACE(static_cast<int>(outcome));
         make();
         model->reconcileOnLaunch(note());
         EXPECT_EQ(state(), State::checking);
@@ -94,7 +90,6 @@ TEST_F(AudioCapturePermissionModelTest, LaunchTakesAFreshAnswerOnceTheUserHasBee
         EXPECT_EQ(state(), expected);
         EXPECT_EQ(completions.back(), expected);
         EXPECT_EQ(defaults.flag(kFlow), flow);
-        EXPECT_EQ(log.count(line), 1);
     }
 }
 
@@ -105,7 +100,6 @@ TEST_F(AudioCapturePermissionModelTest, FirstStartShowsTheQuestionWithoutAChildU
     model->foregroundCheck(note());
     EXPECT_TRUE(children.empty());
     EXPECT_THAT(completions, ElementsAre(State::firstRun, State::firstRun));
-    EXPECT_EQ(log.count("M: Onboarding not started; showing first-run permission UI."), 1);
     model->consentChanged(); // as after every launch: nothing is stored
     EXPECT_EQ(state(), State::firstRun);
     consentBecomes(Outcome::granted);
@@ -148,13 +142,8 @@ TEST_F(AudioCapturePermissionModelTest, ReturnToTheForegroundFindsAccessRevokedA
     model->foregroundCheck(note()); // joins the child on its way
     childSays(Outcome::granted);
     EXPECT_TRUE(children.empty());
-    EXPECT_EQ(log.count("M: System audio capture probe granted during foreground fresh probe."), 1);
-
     returnToForeground(Outcome::denied);
-    EXPECT_EQ(
-        log.count("M: System audio capture access revoked while backgrounded; showing System Settings guidance."), 1);
     returnToForeground(Outcome::granted);
-    EXPECT_EQ(log.count("M: System audio capture probe granted during foreground re-grant."), 1);
     EXPECT_THAT(completions, ElementsAre(State::granted, State::needsSystemSettings, State::granted));
 
     returnToForeground(Outcome::noEntry);
@@ -233,8 +222,7 @@ TEST_F(AudioCapturePermissionModelTest, OpensTheFirstSettingsPageThatTheDesktopA
     EXPECT_EQ(log.count("No System Settings URL"), 0);
     workspace.refused.insert(older);
     model->openSystemSettings();
-    EXPECT_EQ(log.lines().back(), "M: No System Settings URL candidate could be opened.");
-    EXPECT_EQ(log.count("M: Opening System Audio Recording deep link in System Settings."), 4);
+    EXPECT_EQ(log.count("No System Settings URL"), 1);
 }
 
 } // namespace

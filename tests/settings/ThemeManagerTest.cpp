@@ -48,10 +48,12 @@ TEST(ThemeManagerTest, UnderstandsStoredFlavorsAndEarlierNamesWithoutRewritingTh
 TEST(ThemeManagerTest, EveryChoiceIsFoundAgainAtTheNextStartAndTheLastWordCounts) {
     FakeDefaultsStore defaults;
     ThemeManager themes(defaults);
+    const char* const names[] = {"mauve", "blue", "teal", "peach"};
     for (std::size_t i = 0; i < 4; ++i) {
         themes.setFlavor(kAllNightfallFlavors[i]);
         themes.setWaveformAccent(kAllNightfallWaveformAccents[i]);
         EXPECT_EQ(ThemeManager(defaults).waveformTheme(), themes.waveformTheme());
+        EXPECT_EQ(defaults.value<std::string>("theme.accent"), names[i]);
     }
     const auto objection = themes.flavor().observe([&] { themes.setFlavor(Flavor::eclipse); });
     themes.setFlavor(Flavor::daybreak);
@@ -59,21 +61,37 @@ TEST(ThemeManagerTest, EveryChoiceIsFoundAgainAtTheNextStartAndTheLastWordCounts
 }
 
 TEST(ThemeManagerTest, DerivesTheWaveformsColorsFromFlavorAndAccent) {
-    FakeDefaultsStore defaults;
-    const auto theme = ThemeManager(defaults).waveformTheme(); // eclipse with mauve
-    EXPECT_EQ(hex(theme.waveformTop), "FF4D94");
-    EXPECT_EQ(hex(theme.waveformBottom), "C47DFF");
-    EXPECT_EQ(hex(theme.background), "120E1B"); // 0E0B16 a little towards 221C30
-    EXPECT_EQ(theme.backgroundGradientStart, theme.backgroundBase);
-    EXPECT_EQ(theme.meterScale, theme.meterLabel);
-
-    const auto light = WaveformTheme::of(Flavor::daybreak, Accent::teal);
-    EXPECT_EQ(hex(light.waveformTop), "11907E");
-    EXPECT_EQ(hex(light.glow), "2F8F44");
-    EXPECT_EQ(hex(light.meterScale), "564D6B");
-    EXPECT_EQ(hex(light.background), "EADDEE");              // F4EFF3 towards 8B3FC4
-    EXPECT_EQ(hex(light.backgroundGradientStart), "F2E8E8"); // towards C2661C
-    EXPECT_EQ(light.playhead, NightfallTokens::of(Flavor::daybreak).text.withAlpha(0.55));
+    struct Case {
+        Flavor flavor;
+        Accent accent;
+        const char *top, *bottom, *background, *gradientStart, *head, *headFrozen, *text, *meterScale;
+    };
+    const Case cases[] = {
+        // the light one: F4EFF3 towards 8B3FC4, and towards C2661C
+        {Flavor::daybreak, Accent::teal, "11907E", "2F8F44", "EADDEE", "F2E8E8", "D22D3F", "A87A0E", "2E2740",
+         "564D6B"},
+        {Flavor::dusk, Accent::blue, "6F7FC7", "7AB0D6", "321D37", "2E1A33", "D95A6C", "DBB85A", "F3E4F3", "C8AECD"},
+        {Flavor::midnight, Accent::peach, "FF8A3D", "FF3355", "0D1121", "0B0F1E", "FF3355", "FFD23D", "E8EAF7",
+         "9AA0C8"},
+        // 0E0B16 a little towards 221C30
+        {Flavor::eclipse, Accent::mauve, "FF4D94", "C47DFF", "120E1B", "0E0B16", "FF556E", "FFD96B", "E9E1F4",
+         "A298BB"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(rawValue(c.flavor));
+        const auto theme = WaveformTheme::of(c.flavor, c.accent);
+        EXPECT_EQ(hex(theme.waveformTop), c.top);
+        EXPECT_EQ(hex(theme.waveformBottom), c.bottom);
+        EXPECT_EQ(theme.glow, theme.waveformBottom);
+        EXPECT_EQ(hex(theme.background), c.background);
+        EXPECT_EQ(hex(theme.backgroundGradientStart), c.gradientStart);
+        EXPECT_EQ(hex(theme.head), c.head);
+        EXPECT_EQ(hex(theme.headFrozen), c.headFrozen);
+        EXPECT_EQ(hex(theme.playhead), c.text);
+        EXPECT_EQ(theme.playhead.alpha, 0.55);
+        EXPECT_EQ(theme.selectionFill, theme.meterReadout.withAlpha(0.16));
+        EXPECT_EQ(hex(theme.meterScale), c.meterScale);
+    }
 }
 
 } // namespace

@@ -115,16 +115,5 @@ TEST_F(ClipExportTest, NoAudioIsNotAClip) {
     EXPECT_TRUE(files.files.empty());
 }
 
-TEST(WaveformExportErrorTest, IsEqualToWhatReadsTheSame) {
-    const WaveformExportError none(Case::noSelection);
-    const auto full = WaveformExportError::writeFailed({28, "No space left on device"});
-    EXPECT_EQ(none.message(), "Select a region on the waveform first.");
-    EXPECT_EQ(none, WaveformExportError(Case::noSelection));
-    EXPECT_FALSE(none == WaveformExportError(Case::emptySelection));
-    EXPECT_EQ(full, WaveformExportError::writeFailed({1, "No space left on device"}));
-    EXPECT_FALSE(full == WaveformExportError::writeFailed({28, "Input/output error"}));
-    EXPECT_FALSE(full == none);
-}
-
 } // namespace
 } // namespace rewindle::test

@@ -22,29 +22,6 @@ TEST_F(RewindleTest, GainsAudioBeforeItIsMeteredAndStored) {
     EXPECT_NEAR(engine->levelMeter().displayDb(1), -40, 1e-4);
 }
 
-TEST_F(RewindleTest, AppliesEachDevicesGainFromItsFirstBuffer) {
-    auto withGains = callbacks();
-    withGains.captureGainDbForOutputDeviceUid = [](const std::string& uid) {
-        return uid == "speakers" ? -20.0F : 0.0F;
-    };
-    hardware.onStart = [&] { // audio comes before the start has even returned
-        hardware.play({1, 1}, {1, 1});
-        queues.capture.runDue();
-    };
-    engine->setLive(true); // or it would wait to be fetched
-    engine->start(withGains);
-    queues.settle();
-    EXPECT_THAT(left(), ElementsAre(0.1F, 0.1F));
-    hardware.onStart = nullptr;
-    engine->setLive(false);
-    EXPECT_EQ(hardware.pace(), DeliveryPace::relaxed);
-    switchTo(kHeadphones);
-    hardware.play(std::vector<float>(1000, 1.0F), std::vector<float>(1000, 1.0F));
-    deliver();
-    EXPECT_EQ(left().back(), 1.0F);
-    EXPECT_THAT(told, ElementsAre("device speakers", "device headphones"));
-}
-
 TEST_F(RewindleTest, TellsWhereCaptureRunsAndForgetsItWhenItNoLongerDoes) {
     std::vector<std::string> seen;
     const auto observation =

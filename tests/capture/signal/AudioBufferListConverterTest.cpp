@@ -130,29 +130,6 @@ TEST(AudioBufferListConverterTest, IsMadeOnlyForFloatStreamsAtWholeRatesInRange)
     EXPECT_EQ(converter->tapChannelCount, 1);
 }
 
-TEST(AudioBufferListConverterTest, ConvertsTheRateIntoBuffersThatOnlyGrow) {
-    const auto converter = AudioBufferListConverter::create(floatStream(44'100, 2));
-    EXPECT_EQ(converter->delayFrames(), 105);
-    struct Step {
-        std::uint32_t frames;
-        std::int64_t converted, working, conversion, scratch;
-    };
-    // 480 + 32 frames for 441; the scratch buffer is made larger only beyond 4,096.
-    for (const auto& [frames, converted, working, conversion, scratch] :
-         {Step{441, 480, 441, 512, 4096}, Step{147, 160, 441, 512, 4096}, Step{8'820, 9'600, 8'820, 9'632, 9'632},
-          Step{441, 480, 8'820, 9'632, 9'632}}) {
-        SCOPED_TRACE(frames);
-        const InputList input({1, 1}, frames);
-        const auto* out = converter->convert(input.buffers, frames);
-        ASSERT_NE(out, nullptr);
-        EXPECT_TRUE(out->isWorkingFormat());
-        EXPECT_EQ(out->frameLength, converted);
-        EXPECT_EQ(converter->capacities().working, working);
-        EXPECT_EQ(converter->capacities().conversion, conversion);
-        EXPECT_EQ(converter->capacities().conversionScratch, scratch);
-    }
-}
-
 TEST(AudioBufferListConverterTest, YieldsNothingWhileTooFewFramesHaveComeForOneAt48000) {
     const auto converter = AudioBufferListConverter::create(floatStream(384'000, 2));
     int converted = 0;

@@ -8,8 +8,6 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
-#include <set>
-#include <thread>
 
 namespace rewindle::test {
 namespace {
@@ -49,27 +47,6 @@ TEST_F(ClipExportHostTest, ADiskThatIsFullOrReadOnlyIsNamedAndKeepsNothingButWha
         EXPECT_EQ(messageOf(folder), "Could not write the audio file: Read-only file system");
     EXPECT_FALSE(files.isWritable(mount.path()));
     EXPECT_EQ(namesIn(mount.path()).size(), 2U);
-}
-
-TEST_F(ClipExportHostTest, ExportsAtTheSameMomentFromSeveralThreadsAllKeepTheirOwnName) {
-    std::vector<Path> locations(8);
-    {
-        std::vector<std::jthread> exports;
-        exports.reserve(locations.size());
-        for (Path& location : locations) {
-            exports.emplace_back([&] {
-                auto result = exportClip(samples, samples, home.path, "rewindle", services);
-                if (result) location = result.value();
-            });
-        }
-    }
-    const std::set<Path> distinct(locations.begin(), locations.end());
-    EXPECT_EQ(distinct.size(), locations.size());
-    EXPECT_EQ(namesIn(home.path).size(), locations.size());
-    for (const Path& location : locations) {
-        EXPECT_EQ(std::filesystem::file_size(location), std::filesystem::file_size(locations[0]));
-        EXPECT_GT(std::filesystem::file_size(location), samples.size() * 8);
-    }
 }
 
 } // namespace

@@ -104,14 +104,5 @@ TEST(PosixFileSystemTest, ANameIsTakenByALinkThatLeadsNowhere) {
     EXPECT_TRUE(files.exists(folder.path / "link"));
 }
 
-TEST(PosixFileSystemTest, TheMusicFolderIsReadFromTheUsersConfigurationEachTime) {
-    const TemporaryFolder home;
-    const PosixFileSystem files(UserFolders{home.path, home.path / "config"});
-    EXPECT_EQ(files.musicDirectory(), home.path / "Music");
-    std::filesystem::create_directory(home.path / "config");
-    std::ofstream(home.path / "config" / "user-dirs.dirs") << "XDG_MUSIC_DIR=\"$HOME/Musik\"\n";
-    EXPECT_EQ(files.musicDirectory(), home.path / "Musik");
-}
-
 } // namespace
 } // namespace rewindle::test

@@ -88,6 +88,7 @@ TEST_F(SettingsWindowTest, SaysWhyTheStartAtLoginCouldNotBeArranged) {
     loginItem.problem = "The autostart folder is read-only.";
     openSettings();
     EXPECT_THAT(visibleTexts(*settingsWindow), Contains("The autostart folder is read-only."));
+    EXPECT_TRUE(the<QCheckBox>(u"Start at login"_s).isChecked()); // the user's choice all the same
     loginItem.problem.clear();
     the<QCheckBox>(u"Start at login"_s).click();
     EXPECT_THAT(visibleTexts(*settingsWindow), testing::Not(Contains("The autostart folder is read-only.")));
