@@ -28,18 +28,6 @@ TEST_F(RewindleCopyTest, ChangesTheDurationTwiceAndKeepsTheNewestAudioUnderItsFr
     EXPECT_EQ(left(), ramp(std::size_t{45} * 48'000, 100));
 }
 
-TEST_F(RewindleCopyTest, LosesNothingOfWhatIsPlayedDuringCopiesThatSpanEachOther) {
-    start();
-    play(1000);
-    copyAll([this] { play(700); }); // comes while the copy is made
-    copyAll([this] { play(1); });
-    queues.settle();
-    deliver();
-    copyAll();
-    queues.settle();
-    EXPECT_THAT(copies, ElementsAre(ramp(1000, 0), ramp(1700, 0), ramp(1701, 0)));
-}
-
 TEST_F(RewindleCopyTest, AFreezeOrItsEndAskedForDuringACopyStands) {
     const struct {
         const char* scenario;

@@ -156,7 +156,7 @@ TEST_F(WaveformOnScreenTest, WheelsCountStepsTouchpadsPixelsAndShiftTurnsThem) {
     }
 }
 
-TEST_F(WaveformOnScreenTest, TheMiddleButtonDragsTheSoundAndAWheelToTheSideMovesIt) {
+TEST_F(WaveformOnScreenTest, TheMiddleButtonDragsAWheelToTheSideMovesAndFingersZoomAboutThem) {
     for (int i = 0; i < 10; ++i)
         widget().view().zoomIn();
     tick();
@@ -173,21 +173,14 @@ TEST_F(WaveformOnScreenTest, TheMiddleButtonDragsTheSoundAndAWheelToTheSideMoves
     QWheelEvent wheel({400, 50}, {400, 50}, {}, {120, 0}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
     QApplication::sendEvent(&widget(), &wheel);
     EXPECT_NEAR(aim(), before - 10, 1e-6);
-}
 
-TEST_F(WaveformOnScreenTest, PinchingZoomsAboutTheFingers) {
-    for (int i = 0; i < 10; ++i)
-        widget().view().zoomIn();
     widget().view().jumpToOldest();
-    const auto gesture = [&](Qt::NativeGestureType type, double value) {
+    const double zoom = editor().timeline().xAxisMultiplier, frame = editor().axis().frame(400);
+    for (const auto& [type, value] : {std::pair(Qt::RotateNativeGesture, 90.0), {Qt::ZoomNativeGesture, 0.25}}) {
         QNativeGestureEvent event(type, QPointingDevice::primaryPointingDevice(), 2, {400, 50}, {400, 50}, {400, 50},
                                   value, {});
         QApplication::sendEvent(&widget(), &event);
-    };
-    const double zoom = editor().timeline().xAxisMultiplier, frame = editor().axis().frame(400);
-    gesture(Qt::RotateNativeGesture, 90);
-    gesture(Qt::ZoomNativeGesture, 0.25);
-    gesture(Qt::EndNativeGesture, 0);
+    }
     EXPECT_DOUBLE_EQ(editor().timeline().xAxisMultiplier, 1.25 * zoom);
     EXPECT_NEAR(editor().axis().frame(400), frame, 1e-6);
 }

@@ -6,7 +6,6 @@
 
 #include <QPointer>
 #include <QScreen>
-#include <QToolTip>
 
 #include <cmath>
 
@@ -103,24 +102,6 @@ protected:
                  mainWindow->devicePixelRatioF());
         return picture;
     }
-    /// Asks for a tool tip when there is none: a movement of the pointer may have taken it away.
-    [[nodiscard]] static bool showsToolTip(QWidget& widget) {
-        const QPoint middle = widget.rect().center();
-        QHelpEvent help(QEvent::ToolTip, middle, widget.mapToGlobal(middle));
-        if (!QToolTip::isVisible()) QApplication::sendEvent(&widget, &help);
-        for (auto* const top : QApplication::topLevelWidgets())
-            if (top->inherits("QTipLabel") && top->isVisible()) return isSeen(*top);
-        return false;
-    }
-    /// On the screen, in front of all else; the place is rounded to pixels.
-    [[nodiscard]] static bool isSeen(QWidget& top) {
-        const QImage screen = pixelsOf(QGuiApplication::primaryScreen()->grabWindow(0));
-        const QImage wanted = pixelsOf(top.grab());
-        const QPoint corner = (QPointF(top.pos()) * top.devicePixelRatioF()).toPoint();
-        for (int i = 0; i < 25; ++i)
-            if (screen.copy(QRect(corner + QPoint(i % 5 - 2, i / 5 - 2), wanted.size())) == wanted) return true;
-        return false;
-    }
     /// Qt leaves what is to be deleted later to an event loop that a test has not.
     static void deleteWhatIsDue() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
@@ -139,6 +120,8 @@ TEST_F(WaveformSurfaceTest, TheGpuShowsWhatIsDrawnInTwoDimensions) {
     mainWindow->resize(kSize);
     tick();
     EXPECT_TRUE(runUntil([&] { return showsByGpu(flat); })) << difference;
+    const auto& button = find<QPushButton>(*mainWindow, u"Pause live follow"_s);
+    EXPECT_LT(meanDifference(onScreen(*mainWindow), flat, areaOf(button)), 0.1) << "behind the waveform";
     mark();
     EXPECT_TRUE(runUntil([&] { return showsByGpu(flatMarked); })) << difference;
 }
@@ -166,18 +149,6 @@ TEST_F(WaveformSurfaceTest, AGpuThatIsLostLeavesTheWholePictureToTheOtherPath) {
         press(*mainWindow, Qt::Key_Escape); // the playhead, the selection
     tick();
     EXPECT_TRUE(runUntil([&] { return onScreen(*mainWindow) == flat; }));
-}
-
-TEST_F(WaveformSurfaceTest, TheButtonAndItsToolTipAreInFrontOfTheWaveform) {
-    useGpu();
-    show();
-    ASSERT_TRUE(runUntil([&] { return showsByGpu(flat); })) << difference;
-    auto& button = find<QPushButton>(*mainWindow, u"Pause live follow"_s);
-    EXPECT_LT(meanDifference(onScreen(*mainWindow), flat, areaOf(button)), 0.1);
-
-    EXPECT_TRUE(runUntil([&] { return showsToolTip(button); }));
-    QToolTip::hideText();
-    EXPECT_TRUE(runUntil([&] { return showsByGpu(flat); })) << difference;
 }
 
 } // namespace
