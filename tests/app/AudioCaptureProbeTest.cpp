@@ -37,12 +37,10 @@ TEST_F(AudioCaptureProbeTest, ChildsAnswerCountsBeforeThisProcesssOwn) {
 }
 
 TEST_F(AudioCaptureProbeTest, WithoutAChildsAnswerThisProcesssOwnCounts) {
-    struct Case {
-        std::optional<int> own;
-        Outcome outcome;
-    };
-    for (const auto& [own, outcome] : {Case{0, Outcome::granted}, Case{1, Outcome::denied}, Case{2, Outcome::noEntry},
-                                       Case{std::nullopt, Outcome::denied}}) {
+    for (const auto& [own, outcome] : {std::pair<std::optional<int>, Outcome>{0, Outcome::granted},
+                                       {1, Outcome::denied},
+                                       {2, Outcome::noEntry},
+                                       {std::nullopt, Outcome::denied}}) {
         consent.status = own;
         for (const auto& exit : {Result<int>(3), Result<int>(Error{110, "timed out"})}) {
             freshProbe();

@@ -17,15 +17,11 @@ std::string join(const Words& words) {
 }
 
 TEST(CommandLineTest, UnderstandsEveryCommandAsPeopleTypeIt) {
-    struct Case {
-        Words words;
-        CommandLine meaning;
-    };
     const auto clip = [](std::optional<double> seconds, const char* folder = "") {
         return ControlCommand(ExportCommand{seconds, folder});
     };
     const auto gain = [](double db) { return ControlCommand(GainCommand{db}); };
-    const Case cases[] = {
+    const std::pair<Words, CommandLine> cases[] = {
         {{}, WindowCommand{}},
         {{"--hidden"}, WindowCommand{.hidden = true}},
         {{"grant"}, ConsentCommand{.granted = true}},
@@ -53,11 +49,7 @@ TEST(CommandLineTest, UnderstandsEveryCommandAsPeopleTypeIt) {
 }
 
 TEST(CommandLineTest, RefusesWhatMakesNoSenseAndNamesTheCulprit) {
-    struct Case {
-        Words words;
-        std::string_view named;
-    };
-    const Case cases[] = {
+    const std::pair<Words, std::string_view> cases[] = {
         {{"--hidden", "now"}, "--hidden"},
         {{"exprot"}, "'exprot'"},
         {{""}, "''"},

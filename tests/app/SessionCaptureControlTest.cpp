@@ -62,12 +62,8 @@ protected:
 TEST_F(SessionCaptureControlTest, ExportsTheNewestSecondsUpToTheMomentOfTheRequest) {
     begin();
     play(96'000); // still waits in the device
-    struct Case {
-        double seconds;
-        float first;
-    };
     for (const auto& [seconds, first] :
-         {Case{0.5, 72'000}, Case{0.01, 95'520}, Case{0.0100104, 95'520}, Case{2, 0}, Case{2.5, 0}, Case{1e300, 0}}) {
+         {std::pair<double, float>{0.5, 72'000}, {0.01, 95'520}, {0.0100104, 95'520}, {2, 0}, {2.5, 0}, {1e300, 0}}) {
         SCOPED_TRACE(seconds);
         control->exportLast(seconds, {}, takeExport());
         settle();

@@ -9,15 +9,16 @@ constexpr double k33 = 0x33 / 255.0;
 constexpr double kCC = 0xCC / 255.0;
 
 TEST(ColorTest, ReadsHexadecimalTextsAndTakesNonsenseForBlack) {
-    struct Case {
-        const char* text;
-        Color color;
-    };
-    for (const auto& [text, color] :
-         {Case{"#ff33cc", {1, k33, kCC, 0.5}}, Case{"FF33CC", {1, k33, kCC, 0.5}},
-          Case{" \n#ff33cc\r\n", {1, k33, kCC, 0.5}}, Case{"#ff33cc33", {1, k33, kCC, k33}},
-          Case{"#33cc", {0, k33, kCC, 0.5}}, Case{"", {0, 0, 0, 0.5}}, Case{"#ff33cx", {0, 0, 0, 0.5}},
-          Case{"##ff33cc", {0, 0, 0, 0.5}}, Case{"-ff33cc", {0, 0, 0, 0.5}}, Case{"fffffffff", {0, 0, 0, 0.5}}}) {
+    for (const auto& [text, color] : {std::pair<const char*, Color>{"#ff33cc", {1, k33, kCC, 0.5}},
+                                      {"FF33CC", {1, k33, kCC, 0.5}},
+                                      {" \n#ff33cc\r\n", {1, k33, kCC, 0.5}},
+                                      {"#ff33cc33", {1, k33, kCC, k33}},
+                                      {"#33cc", {0, k33, kCC, 0.5}},
+                                      {"", {0, 0, 0, 0.5}},
+                                      {"#ff33cx", {0, 0, 0, 0.5}},
+                                      {"##ff33cc", {0, 0, 0, 0.5}},
+                                      {"-ff33cc", {0, 0, 0, 0.5}},
+                                      {"fffffffff", {0, 0, 0, 0.5}}}) {
         EXPECT_EQ(colorFromHex(text, 0.5), color) << text;
     }
     EXPECT_EQ(colorFromHex("#ff33cc").alpha, 1);

@@ -21,19 +21,15 @@ protected:
 
 TEST_F(ExportDirectoryTest, ACustomFolderCountsWhileItOrTheFolderAboveItIsThere) {
     const std::filesystem::path fallback = "/home/user/Music/rewindle";
-    struct Case {
-        std::optional<std::string> custom;
-        std::filesystem::path resolved;
-    };
-    const Case cases[] = {{std::nullopt, fallback},
-                          {"", fallback},
-                          {"/mnt/clips", "/mnt/clips"},
-                          {"/mnt/clips/", "/mnt/clips"},
-                          {"/mnt/gone", "/mnt/gone"},
-                          {"/mnt/gone/", "/mnt/gone"},
-                          {"/mnt/gone/deeper", fallback},
-                          {"/mnt/file/deeper", fallback},
-                          {"/", "/"}};
+    const std::pair<std::optional<std::string>, std::filesystem::path> cases[] = {{std::nullopt, fallback},
+                                                                                  {"", fallback},
+                                                                                  {"/mnt/clips", "/mnt/clips"},
+                                                                                  {"/mnt/clips/", "/mnt/clips"},
+                                                                                  {"/mnt/gone", "/mnt/gone"},
+                                                                                  {"/mnt/gone/", "/mnt/gone"},
+                                                                                  {"/mnt/gone/deeper", fallback},
+                                                                                  {"/mnt/file/deeper", fallback},
+                                                                                  {"/", "/"}};
     for (const auto& [custom, resolved] : cases) {
         EXPECT_EQ(directory.resolvedURL(custom), resolved) << custom.value_or("none");
     }

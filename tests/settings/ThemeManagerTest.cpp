@@ -23,19 +23,16 @@ std::string hex(const Color& color) {
 }
 
 TEST(ThemeManagerTest, UnderstandsStoredFlavorsAndEarlierNamesWithoutRewritingThem) {
-    struct Case {
-        DefaultsValue stored;
-        Flavor flavor;
-    };
-    const Case cases[] = {{"daybreak", Flavor::daybreak},    {"dusk", Flavor::dusk},
-                          {"midnight", Flavor::midnight},    {"eclipse", Flavor::eclipse},
-                          {"matinee", Flavor::daybreak},     {"ultraviolet", Flavor::daybreak},
-                          {"latte", Flavor::daybreak},       {"neon", Flavor::dusk},
-                          {"mocha", Flavor::dusk},           {"frappe", Flavor::dusk},
-                          {"nightfall", Flavor::midnight},   {"macchiato", Flavor::midnight},
-                          {"witching", Flavor::eclipse},     {"retro", Flavor::eclipse},
-                          {"Dusk", Flavor::eclipse},         {"", Flavor::eclipse},
-                          {std::int64_t{1}, Flavor::eclipse}};
+    const std::pair<DefaultsValue, Flavor> cases[] = {
+        {"daybreak", Flavor::daybreak},    {"dusk", Flavor::dusk},
+        {"midnight", Flavor::midnight},    {"eclipse", Flavor::eclipse},
+        {"matinee", Flavor::daybreak},     {"ultraviolet", Flavor::daybreak},
+        {"latte", Flavor::daybreak},       {"neon", Flavor::dusk},
+        {"mocha", Flavor::dusk},           {"frappe", Flavor::dusk},
+        {"nightfall", Flavor::midnight},   {"macchiato", Flavor::midnight},
+        {"witching", Flavor::eclipse},     {"retro", Flavor::eclipse},
+        {"Dusk", Flavor::eclipse},         {"", Flavor::eclipse},
+        {std::int64_t{1}, Flavor::eclipse}};
     for (const auto& [stored, flavor] : cases) {
         FakeDefaultsStore defaults({{"theme.flavor", stored}, {"theme.accent", "green"}});
         const ThemeManager themes(defaults);

@@ -89,15 +89,12 @@ struct FakeOutlets final : ClipSaver, ClipPasteboard, ClipDragSource {
 };
 
 struct FakeWaveformRenderer final : WaveformRenderer {
-    void render(const WaveformFrame& frame, std::span<const float> minima, std::span<const float> maxima) override {
+    void render(const WaveformFrame& frame, std::span<const float>, std::span<const float>) override {
         ++frames;
         last = frame;
-        lastMinima.assign(minima.begin(), minima.end());
-        lastMaxima.assign(maxima.begin(), maxima.end());
     }
     int frames = 0;
     WaveformFrame last;
-    std::vector<float> lastMinima, lastMaxima;
 };
 
 /// A view of 800 x 200 points on 40 s of half-loud audio, of which 30 s are retained: 1,800 frames per point.

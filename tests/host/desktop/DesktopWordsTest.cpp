@@ -6,28 +6,25 @@ namespace rewindle::test {
 namespace {
 
 TEST(DesktopWordsTest, ThingsAndKeysOfOtherDesktopsAreCalledByTheirNamesHere) {
-    struct Case {
-        const char* there;
-        const char* here;
+    const std::pair<const char*, const char*> cases[] = {
+        {"Open System Settings", "Open Settings"},
+        {"Reveal Clips Folder in Finder", "Reveal Clips Folder in File Manager"},
+        {"what your Mac is playing.", "what your computer is playing."},
+        {"Tap Allow when macOS asks.", "Tap Allow when rewindle asks."},
+        {"⌘C", "Ctrl+C"},
+        {"⌘⇧L", "Ctrl+Shift+L"},
+        {"⌘+", "Ctrl++"},
+        {"⌥←", "Alt+←"},
+        {"⇧", "Shift"},
+        {"⌘ scroll", "Ctrl scroll"},
+        {"Command-Shift-K", "Ctrl+Shift+K"},
+        {"Option", "Alt"},
+        {"Machine, MacBook, Options, Pathfinder, commands, Preshift",
+         "Machine, MacBook, Options, Pathfinder, commands, Preshift"},
+        {"Größe – 5 €", "Größe – 5 €"},
+        {"", ""},
     };
-    for (const auto& [there, here] : {
-             Case{"Open System Settings", "Open Settings"},
-             Case{"Reveal Clips Folder in Finder", "Reveal Clips Folder in File Manager"},
-             Case{"what your Mac is playing.", "what your computer is playing."},
-             Case{"Tap Allow when macOS asks.", "Tap Allow when rewindle asks."},
-             Case{"⌘C", "Ctrl+C"},
-             Case{"⌘⇧L", "Ctrl+Shift+L"},
-             Case{"⌘+", "Ctrl++"},
-             Case{"⌥←", "Alt+←"},
-             Case{"⇧", "Shift"},
-             Case{"⌘ scroll", "Ctrl scroll"},
-             Case{"Command-Shift-K", "Ctrl+Shift+K"},
-             Case{"Option", "Alt"},
-             Case{"Machine, MacBook, Options, Pathfinder, commands, Preshift",
-                  "Machine, MacBook, Options, Pathfinder, commands, Preshift"},
-             Case{"Größe – 5 €", "Größe – 5 €"},
-             Case{"", ""},
-         })
+    for (const auto& [there, here] : cases)
         EXPECT_EQ(inWordsOfThisDesktop(there), here);
 }
 

@@ -10,11 +10,7 @@ namespace {
 using Path = std::filesystem::path;
 
 TEST(UserFoldersTest, FindsTheMusicFolderAsTheDesktopWritesIt) {
-    struct Case {
-        const char* text;
-        std::optional<Path> folder;
-    };
-    const Case cases[] = {
+    const std::pair<const char*, std::optional<Path>> cases[] = {
         {"", std::nullopt},
         {"XDG_MUSIC_DIR=\"$HOME/Music\"\n", "/home/u/Music"},
         {"# comment\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\n  XDG_MUSIC_DIR=\"/srv/audio\"", "/srv/audio"},
