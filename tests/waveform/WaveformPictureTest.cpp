@@ -78,6 +78,25 @@ TEST(WaveformOverlaysTest, ShowOnlyWhatCanBeSeen) {
     EXPECT_EQ(outside.cursorLine, std::nullopt);
 }
 
+TEST(WaveformOverlaysTest, QuadsComeInDrawingOrderWithTheLastDashCut) {
+    WaveformTheme theme;
+    theme.headFrozen = {1, 0, 0};
+    theme.selectionFill = {0, 1, 0};
+    theme.selectionStroke = {0, 0, 1};
+    theme.playhead = {1, 1, 0};
+    const WaveformOverlays overlays{Rect{7, 0, 2, 10}, Rect{100, 0, 50, 10}, Rect{20, 0, 1, 10}};
+    std::vector<WaveformOverlayQuad> quads(3);
+    overlayQuads(overlays, theme, true, quads);
+    EXPECT_THAT(quads, testing::ElementsAre(WaveformOverlayQuad{{7, 0, 2, 10}, theme.headFrozen},
+                                            WaveformOverlayQuad{{100, 0, 50, 10}, theme.selectionFill},
+                                            WaveformOverlayQuad{{100.5, 0.5, 49, 1}, theme.selectionStroke},
+                                            WaveformOverlayQuad{{100.5, 8.5, 49, 1}, theme.selectionStroke},
+                                            WaveformOverlayQuad{{100.5, 0.5, 1, 9}, theme.selectionStroke},
+                                            WaveformOverlayQuad{{148.5, 0.5, 1, 9}, theme.selectionStroke},
+                                            WaveformOverlayQuad{{20, 0, 1, 4}, theme.playhead},
+                                            WaveformOverlayQuad{{20, 8, 1, 2}, theme.playhead}));
+}
+
 TEST(WaveformRedrawTest, DrawsWhenSomethingHasMovedSoFarThatItCanBeSeen) {
     using State = WaveformDrawnState;
     const auto zoomed = [](double zoom) { return [zoom](State& state) { state.multiplier = zoom; }; };
