@@ -1,6 +1,7 @@
 #include "app/SessionCaptureControl.h"
 
-#include <algorithm>
+#include "base/CaptureGain.h"
+
 #include <cmath>
 
 namespace rewindle {
@@ -175,8 +176,7 @@ void SessionCaptureControl::setDuration(int seconds, std::function<void(Result<v
 
 Result<void> SessionCaptureControl::setGain(double gainDb) {
     if (!std::isfinite(gainDb)) return Error{0, "A gain is a number of decibels, -20 to 20."};
-    services_.session.settingsManager().setCaptureGainDB(
-        static_cast<float>(std::clamp<double>(gainDb, -kCaptureGainLimitDB, kCaptureGainLimitDB)));
+    services_.session.settingsManager().setCaptureGainDB(CaptureGain::clamped(gainDb));
     return {};
 }
 

@@ -1,7 +1,10 @@
 #include "app/StatusText.h"
 
+#include "base/CaptureGain.h"
+#include "base/DecimalText.h"
+#include "meter/CaptureLevelMeter.h"
+
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 namespace rewindle {
@@ -13,21 +16,9 @@ bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
-/// With a fixed number of decimals, whatever the locale.
-std::string fixed(double value, int decimals) {
-    std::array<char, 400> text{}; // the longest double has 309 digits before the point
-    const auto [end, error] =
-        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals);
-    return {text.data(), end};
-}
-
-std::string signedDb(double db) {
-    return (db >= 0 ? "+" : "") + fixed(db, 1) + " dB";
-}
-
-/// A meter's reading: nothing is heard below the scale, which ends at -48 dB.
-std::string levelDb(float db) {
-    return db <= -47.5F ? "-inf dB" : signedDb(db);
+/// A meter's reading, in letters that every terminal has.
+std::string levelText(float db) {
+    return (db <= CaptureLevelMeter::kSilentReadoutDb ? "-inf" : signedDecimalText(db, 1)) + " dB";
 }
 
 std::string deviceName(const CaptureStatus& status) {
@@ -50,7 +41,7 @@ std::string counted(std::uint64_t count, std::string_view what) {
 
 std::string troublesLine(const CaptureTroubles& troubles) {
     const auto seconds = [](std::uint64_t frames) {
-        return " (" + fixed(static_cast<double>(frames) / kFramesPerSecond, 1) + " s)";
+        return " (" + decimalText(static_cast<double>(frames) / kFramesPerSecond, 1) + " s)";
     };
     return counted(troubles.gaps, "gap") + seconds(troubles.gapFrames) + ", " +
            counted(troubles.overruns, "overrun") + seconds(troubles.overrunFrames);
@@ -73,7 +64,7 @@ std::string jsonString(std::string_view text) {
 }
 
 std::string jsonNumber(double value) {
-    return std::isfinite(value) ? fixed(value, 3) : "null";
+    return std::isfinite(value) ? decimalText(value, 3) : "null";
 }
 
 class JsonObject {
@@ -109,11 +100,11 @@ std::string oneLine(std::string_view text) {
 std::string statusText(const CaptureStatus& status) {
     std::string text = stateLine(status) + "\n";
     text += "Only what goes to the default output is captured.\n";
-    text += "Holds    " + fixed(status.retainedSeconds, 1) + " s of at most " +
+    text += "Holds    " + decimalText(status.retainedSeconds, 1) + " s of at most " +
             std::to_string(status.durationSeconds) + " s\n";
-    text += "Level    left " + levelDb(status.displayDb[0]) + " (peak " + levelDb(status.holdDb[0]) + "), right " +
-            levelDb(status.displayDb[1]) + " (peak " + levelDb(status.holdDb[1]) + ")\n";
-    text += "Gain     " + signedDb(status.gainDb) + "\n";
+    text += "Level    left " + levelText(status.displayDb[0]) + " (peak " + levelText(status.holdDb[0]) +
+            "), right " + levelText(status.displayDb[1]) + " (peak " + levelText(status.holdDb[1]) + ")\n";
+    text += "Gain     " + CaptureGain::label(status.gainDb) + "\n";
     text += "Trouble  " + troublesLine(status.troubles) + "\n";
     if (!status.lastError.empty()) text += "Error    " + oneLine(status.lastError) + "\n";
     return text;

@@ -1,9 +1,9 @@
 #include "meter/CaptureLevelMeter.h"
 
+#include "base/DecimalText.h"
+
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <experimental/simd>
 #include <limits>
 
@@ -13,8 +13,7 @@ namespace {
 namespace simd = std::experimental;
 using Words = simd::native_simd<std::uint32_t>;
 
-constexpr float kSnapDb = 0.05F;           // so near to the floor a falling level has arrived
-constexpr float kSilentReadoutDb = -47.5F; // at or below it there is no number worth reading
+constexpr float kSnapDb = 0.05F; // so near to the floor a falling level has arrived
 
 std::uint32_t magnitudeBits(float sample) noexcept {
     return std::bit_cast<std::uint32_t>(sample) & 0x7FFF'FFFF;
@@ -142,9 +141,7 @@ double CaptureLevelMeter::fraction(float db) noexcept {
 
 std::string CaptureLevelMeter::readoutText(float db) {
     if (db <= kSilentReadoutDb) return "\u2212\u221E";
-    std::array<char, 64> text{}; // enough for the largest float
-    std::snprintf(text.data(), text.size(), db >= 0.0F ? "+%.1f" : "%.1f", static_cast<double>(db));
-    return text.data();
+    return signedDecimalText(db, 1);
 }
 
 } // namespace rewindle

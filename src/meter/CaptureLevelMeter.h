@@ -27,9 +27,10 @@ struct MeterLevels {
 /// Real time: `ingest` is wait-free and allocation-free.
 class CaptureLevelMeter {
 public:
-    static constexpr float kFloorDb = -48.0F;   // silence; the bottom of the scale
-    static constexpr float kCeilingDb = 12.0F;  // captured float audio can exceed full scale
-    static constexpr float kInitialDb = -80.0F; // below the floor, where nothing falls: no audio has come yet
+    static constexpr float kFloorDb = -48.0F;         // silence; the bottom of the scale
+    static constexpr float kCeilingDb = 12.0F;        // captured float audio can exceed full scale
+    static constexpr float kSilentReadoutDb = -47.5F; // at or below it there is no number worth reading
+    static constexpr float kInitialDb = -80.0F;       // below the floor, where nothing falls: no audio has come yet
     static constexpr double kReleaseTimeConstant = 0.3;
     static constexpr double kHoldDuration = 1.5;
     static constexpr double kHoldFallDbPerSecond = 20.0;

@@ -8,11 +8,6 @@
 
 namespace rewindle {
 
-/// The bounds of every gain trim, in dB.
-inline constexpr float kCaptureGainLimitDB = 20;
-/// Within the bounds; 0 for what is no number.
-[[nodiscard]] float clampedCaptureGainDB(double gainDB);
-
 /// The gain trim that was chosen for each output device, by the device's UID.
 ///
 /// Threads: any; `setGain` on one thread only.
@@ -22,7 +17,7 @@ public:
     /// Requires: `defaults` outlives this.
     explicit CaptureDeviceGainStore(DefaultsStore& defaults) : defaults_(defaults) {}
 
-    /// In dB, within the bounds; none for a device that has no entry.
+    /// In dB, within the limits of a gain trim; none for a device that has no entry.
     [[nodiscard]] std::optional<float> gain(const std::string& uid) const;
     /// Other devices' entries are kept.
     void setGain(float gainDB, const std::string& uid);

@@ -1,5 +1,7 @@
 #include "settings/SettingsManager.h"
 
+#include "base/CaptureGain.h"
+
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -43,7 +45,7 @@ void SettingsManager::overrideRecordingDuration(RecordingDuration duration) {
 }
 
 void SettingsManager::setCaptureGainDB(float gainDB) {
-    const float clamped = clampedCaptureGainDB(gainDB);
+    const float clamped = CaptureGain::clamped(gainDB);
     if (!isApplyingDeviceGain_ && activeOutputDeviceUID_) {
         captureDeviceGainStore_.setGain(clamped, *activeOutputDeviceUID_);
     }

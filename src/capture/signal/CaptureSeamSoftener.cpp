@@ -1,6 +1,6 @@
 #include "capture/signal/CaptureSeamSoftener.h"
 
-#include "capture/signal/CaptureGain.h"
+#include "base/CaptureGain.h"
 
 #include <algorithm>
 #include <cmath>

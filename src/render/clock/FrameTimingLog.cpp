@@ -1,7 +1,8 @@
 #include "render/clock/FrameTimingLog.h"
 
+#include "base/DecimalText.h"
+
 #include <algorithm>
-#include <charconv>
 #include <string>
 
 namespace rewindle {
@@ -11,12 +12,8 @@ constexpr double kShortestPeriod = 0.001; // seconds, both: an interval outside 
 constexpr double kLongestPeriod = 0.05;
 constexpr double kPeriodWeight = 0.1; // of the newest interval in the estimate
 
-/// With three decimals and a point, whatever the user's language.
 std::string milliseconds(double seconds) {
-    char digits[64];
-    const auto end =
-        std::to_chars(std::begin(digits), std::end(digits), seconds * 1'000, std::chars_format::fixed, 3);
-    return {digits, end.ptr};
+    return decimalText(seconds * 1'000, 3);
 }
 
 std::string padded(int value, std::size_t width) {

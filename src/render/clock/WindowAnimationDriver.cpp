@@ -1,7 +1,8 @@
 #include "render/clock/WindowAnimationDriver.h"
 
+#include "base/DecimalText.h"
+
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <utility>
 
@@ -14,14 +15,6 @@ constexpr FrameRateRange kSteadyRange{30, 60, 60};
 
 std::string modeText(AnimationClockMode mode) {
     return mode == AnimationClockMode::vsync ? "vsync" : "steady";
-}
-
-/// With one decimal and a point, whatever the user's language.
-std::string rateText(double framesPerSecond) {
-    char digits[64];
-    const auto end =
-        std::to_chars(std::begin(digits), std::end(digits), framesPerSecond, std::chars_format::fixed, 1);
-    return {digits, end.ptr};
 }
 
 } // namespace
@@ -91,12 +84,13 @@ void WindowAnimationDriver::start(ClockConfiguration configuration) {
     std::string pace;
     if (configuration.drive == ClockDrive::displayLink) {
         startDisplayLink(configuration.mode);
-        pace = modeText(configuration.mode) + " fps=" + rateText(framesPerSecond().value_or(0));
+        pace = modeText(configuration.mode) + " fps=" + decimalText(framesPerSecond().value_or(0), 1);
     } else {
         startTimer();
         const auto window = window_.lock();
         const bool isKey = window && window->isKey();
-        pace = modeText(configuration.mode) + (isKey ? "-fallback" : "-nonkey") + " fps=" + rateText(kTimerRate);
+        pace =
+            modeText(configuration.mode) + (isKey ? "-fallback" : "-nonkey") + " fps=" + decimalText(kTimerRate, 1);
     }
     if (services_.timingLog.isEnabled())
         services_.timingLog.event("clock_start", "mode=" + pace + ' ' + stateDetail());

@@ -1,5 +1,7 @@
 #include "ui/components/NightfallSlider.h"
 
+#include "base/CaptureGain.h"
+#include "ui/components/FigureText.h"
 #include "ui/components/NightfallPaint.h"
 
 #include <QAccessibleWidget>
@@ -51,9 +53,7 @@ QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
 } // namespace
 
 QString gainText(float gainDb) {
-    const float tenths = std::round(gainDb * kTenths);
-    const QString figure = QString::number(static_cast<double>(std::abs(tenths)) / kTenths, 'f', 1);
-    return (tenths > 0 ? u"+"_s : tenths < 0 ? u"−"_s : QString()) + figure + u" dB"_s;
+    return figureText(CaptureGain::label(gainDb));
 }
 
 NightfallSlider::NightfallSlider(const NightfallTheme& theme, float limitDb, QWidget* parent)

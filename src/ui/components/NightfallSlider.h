@@ -49,7 +49,7 @@ private:
     KeyboardFocus focus_;
 };
 
-/// "+2.5 dB", "−3.0 dB", "0.0 dB".
+/// "+2.5 dB", "−3.0 dB", "0 dB".
 [[nodiscard]] QString gainText(float gainDb);
 
 } // namespace rewindle

@@ -1,5 +1,6 @@
 #include "ui/pages/SettingsView.h"
 
+#include "base/CaptureGain.h"
 #include "ui/status/SessionTexts.h"
 
 #include <QHBoxLayout>
@@ -88,7 +89,7 @@ NightfallSettingsSection* SettingsView::makeRecording() {
     follow(settings_.recordingDuration(), [this, duration] {
         duration->setCurrent(indexIn(kAllRecordingDurations, settings_.recordingDuration().get()));
     });
-    auto* const gain = new NightfallSlider(theme_, kCaptureGainLimitDB);
+    auto* const gain = new NightfallSlider(theme_, CaptureGain::kMaximumDb);
     connect(gain, &NightfallSlider::gainChosen, this, [this](float gainDb) { settings_.setCaptureGainDB(gainDb); });
     follow(settings_.captureGainDB(), [this, gain] { gain->setGainDb(settings_.captureGainDB().get()); });
     auto* const meter = new NightfallToggle(theme_);

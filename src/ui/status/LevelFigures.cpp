@@ -1,6 +1,7 @@
 #include "ui/status/LevelFigures.h"
 
 #include "meter/CaptureLevelMeter.h"
+#include "ui/components/FigureText.h"
 
 #include <QPaintEvent>
 #include <QPainter>
@@ -28,8 +29,7 @@ LevelFigures::LevelFigures(const NightfallTheme& theme, QWidget* parent)
 
 void LevelFigures::setLevels(const std::array<float, 2>& displayDb) {
     for (std::size_t channel = 0; channel < texts_.size(); ++channel) {
-        QString text = QString::fromStdString(CaptureLevelMeter::readoutText(displayDb[channel]));
-        text.replace(u'-', u'−');
+        const QString text = figureText(CaptureLevelMeter::readoutText(displayDb[channel]));
         if (text == texts_[channel]) continue;
         texts_[channel] = text;
         update(figureRect(channel)); // many times a second, while the rest stays

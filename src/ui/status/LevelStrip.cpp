@@ -1,6 +1,7 @@
 #include "ui/status/LevelStrip.h"
 
 #include "meter/CaptureLevelMeter.h"
+#include "ui/components/FigureText.h"
 #include "ui/components/NightfallPaint.h"
 
 #include <QLinearGradient>
@@ -48,8 +49,7 @@ QRectF LevelStrip::bar(std::size_t channel) const {
 LevelStrip::Reading LevelStrip::reading(std::size_t channel) const {
     const double filled =
         bar(channel).width() * devicePixelRatioF() * CaptureLevelMeter::fraction(displayDb_[channel]);
-    QString text = QString::fromStdString(CaptureLevelMeter::readoutText(displayDb_[channel]));
-    text.replace(u'-', u'−');
+    const QString text = figureText(CaptureLevelMeter::readoutText(displayDb_[channel]));
     return {static_cast<int>(std::lround(filled)), text + u" dB"_s};
 }
 

@@ -1,4 +1,4 @@
-#include "capture/signal/CaptureGain.h"
+#include "base/CaptureGain.h"
 
 #include <cmath>
 #include <gmock/gmock.h>

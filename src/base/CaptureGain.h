@@ -14,6 +14,9 @@ namespace rewindle::CaptureGain {
 constexpr float kMinimumDb = -20.0F;
 constexpr float kMaximumDb = 20.0F;
 
+/// Within the limits; 0 for what is no number.
+[[nodiscard]] float clamped(double db) noexcept REWINDLE_NONBLOCKING;
+
 /// 10^(dB / 20), with `db` limited to the range of the trim: from 0.1 to 10.
 [[nodiscard]] float linearFactor(float db) noexcept;
 

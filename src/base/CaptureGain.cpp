@@ -1,21 +1,25 @@
-#include "capture/signal/CaptureGain.h"
+#include "base/CaptureGain.h"
+
+#include "base/DecimalText.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 namespace rewindle::CaptureGain {
 namespace {
 
 constexpr float kLowestFactor = 0.1F;
-constexpr float kLabelledAsZeroDb = 0.05F; // anything nearer to 0 would read "0.0"
+constexpr float kLabelledAsZeroDb = 0.05F; // anything nearer to 0 would read "+0.0" or "-0.0"
 
 float factorFor(float db) noexcept {
     return std::pow(10.0F, db / 20.0F);
 }
 
 } // namespace
+
+float clamped(double db) noexcept {
+    return std::isnan(db) ? 0 : static_cast<float>(std::clamp<double>(db, kMinimumDb, kMaximumDb));
+}
 
 float linearFactor(float db) noexcept {
     // A case of its own: the power need not come out as exactly the float nearest to a tenth.
@@ -43,11 +47,8 @@ void scale(float* samples, std::int64_t frames, float factor) noexcept {
 }
 
 std::string label(float db) {
-    const float limited = std::clamp(db, kMinimumDb, kMaximumDb);
-    if (std::abs(limited) < kLabelledAsZeroDb) return "0 dB";
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%s%.1f dB", limited > 0 ? "+" : "", static_cast<double>(limited));
-    return text.data();
+    const float limited = clamped(db);
+    return std::abs(limited) < kLabelledAsZeroDb ? "0 dB" : signedDecimalText(limited, 1) + " dB";
 }
 
 } // namespace rewindle::CaptureGain
