@@ -1,7 +1,8 @@
 #pragma once
 
+#include "host/windows/XcbReply.h"
+
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <xcb/damage.h>
 #include <xcb/xcb.h>
@@ -14,18 +15,12 @@ namespace rewindle::bench {
 /// Errors:  throws when the display cannot be reached.
 class DamageReports {
 public:
-    struct Free {
-        void operator()(void* memory) const { std::free(memory); } // NOLINT(cppcoreguidelines-no-malloc): C library
-    };
-    template <class T>
-    using Owned = std::unique_ptr<T, Free>;
-
     DamageReports();
 
     [[nodiscard]] xcb_connection_t* connection() const { return connection_.get(); }
     void watch(xcb_window_t window, xcb_damage_report_level_t level) const;
     /// The next event that has come; null when none has.
-    [[nodiscard]] Owned<xcb_generic_event_t> poll() const;
+    [[nodiscard]] XcbReply<xcb_generic_event_t> poll() const;
     /// What a report says; null for any other event.
     [[nodiscard]] const xcb_damage_notify_event_t* damageOf(const xcb_generic_event_t& event) const;
 

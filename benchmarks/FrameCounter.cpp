@@ -11,7 +11,7 @@ FrameCounter::FrameCounter(xcb_window_t window) {
 std::vector<FrameCounter::PixelSize> FrameCounter::painted() const {
     // With the answer comes all that was reported before.
     auto* const connection = reports_.connection();
-    const DamageReports::Owned<xcb_get_input_focus_reply_t> answer(
+    const XcbReply<xcb_get_input_focus_reply_t> answer(
         xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
     std::vector<PixelSize> sizes;
     while (const auto event = reports_.poll()) {

@@ -51,7 +51,7 @@ PaintWatcher::Time PaintWatcher::waitUntil(const std::function<bool()>& isReache
     return Clock::now();
 }
 
-DamageReports::Owned<xcb_generic_event_t> PaintWatcher::nextEvent(Time deadline) {
+XcbReply<xcb_generic_event_t> PaintWatcher::nextEvent(Time deadline) {
     while (true) {
         if (auto event = reports_.poll()) return event;
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
@@ -80,11 +80,11 @@ void PaintWatcher::handle(const xcb_generic_event_t& event) {
 
 PaintWatcher::Look PaintWatcher::lookOf(xcb_window_t window) const {
     auto* const connection = reports_.connection();
-    const DamageReports::Owned<xcb_get_geometry_reply_t> place(
+    const XcbReply<xcb_get_geometry_reply_t> place(
         xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
     if (!place) return {};
     const auto x = static_cast<std::int16_t>(place->width * 2 / 5);
-    const DamageReports::Owned<xcb_get_image_reply_t> image(xcb_get_image_reply(
+    const XcbReply<xcb_get_image_reply_t> image(xcb_get_image_reply(
         connection,
         xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, x, 0, 1, place->height, ~std::uint32_t{0}),
         nullptr));

@@ -39,7 +39,7 @@ private:
         bool isPainted = false;
     };
     /// None when the time is up.
-    DamageReports::Owned<xcb_generic_event_t> nextEvent(Time deadline);
+    XcbReply<xcb_generic_event_t> nextEvent(Time deadline);
     void handle(const xcb_generic_event_t& event);
     Time waitUntil(const std::function<bool()>& isReached);
     [[nodiscard]] Look lookOf(xcb_window_t window) const;

@@ -6,7 +6,7 @@
 
 namespace rewindle {
 
-/// An open file of the system, closed at the end.
+/// A descriptor of the system (a file, a socket, an end of a pipe, a timer), closed at the end.
 class FileHandle {
 public:
     explicit FileHandle(int descriptor) : descriptor_(descriptor) {}

@@ -28,13 +28,16 @@ bool isIgnored(int signal) {
 
 } // namespace
 
+TerminationSignals::Pipe TerminationSignals::makePipe() {
+    int ends[]{-1, -1};
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return {FileHandle(-1), FileHandle(-1)};
+    return {FileHandle(ends[0]), FileHandle(ends[1])};
+}
+
 TerminationSignals::TerminationSignals(std::function<void()> onFirst) : onFirst_(std::move(onFirst)) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return; // no descriptor left: the signals end the process
-    readEnd_ = ends[0];
-    writeEnd_ = ends[1];
-    pipeEnd = writeEnd_;
-    notifier_ = std::make_unique<QSocketNotifier>(readEnd_, QSocketNotifier::Read);
+    if (!pipe_.readEnd.isOpen()) return; // no descriptor was left: the signals end the process
+    pipeEnd = pipe_.writeEnd.get();
+    notifier_ = std::make_unique<QSocketNotifier>(pipe_.readEnd.get(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { onReadable(); });
     // These two end the program also when a shell started it in the background with the interrupt ignored.
     handle(SIGINT);
@@ -55,10 +58,7 @@ TerminationSignals::~TerminationSignals() {
     for (const auto& [signal, former] : former_)
         sigaction(signal, &former, nullptr);
     pipeEnd = -1;
-    notifier_.reset();
-    if (readEnd_ < 0) return;
-    close(readEnd_);
-    close(writeEnd_);
+    notifier_.reset(); // before its descriptor
 }
 
 void TerminationSignals::onReadable() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/files/FileHandle.h"
+
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -28,8 +30,12 @@ private:
     void onReadable();
 
     std::function<void()> onFirst_;
-    int readEnd_ = -1; // of a pipe that the handler writes into
-    int writeEnd_ = -1;
+    struct Pipe {
+        FileHandle readEnd, writeEnd;
+    };
+    static Pipe makePipe();
+
+    const Pipe pipe_ = makePipe();                         // into which the handler writes
     std::vector<std::pair<int, struct sigaction>> former_; // what the signals did before
     std::unique_ptr<QSocketNotifier> notifier_;
 };

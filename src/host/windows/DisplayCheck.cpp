@@ -1,18 +1,18 @@
 #include "host/windows/DisplayCheck.h"
 
+#include "host/files/FileHandle.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
 #include <netdb.h>
 #include <poll.h>
 #include <sstream>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <QCoreApplication>
@@ -27,31 +27,16 @@ using Path = std::filesystem::path;
 constexpr int kX11FirstPort = 6000; // of display 0
 constexpr auto kRemoteLimit = std::chrono::seconds(2);
 
-/// A file descriptor that is closed in the end.
-class Socket {
-public:
-    explicit Socket(int fd) : fd_(fd) {}
-    ~Socket() {
-        if (fd_ >= 0) close(fd_);
-    }
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-    [[nodiscard]] int fd() const { return fd_; }
-
-private:
-    int fd_;
-};
-
 bool connectsWithin(const addrinfo& address, Clock::time_point limit) {
-    const Socket socket(::socket(address.ai_family, address.ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (connect(socket.fd(), address.ai_addr, address.ai_addrlen) == 0) return true;
+    const FileHandle socket(::socket(address.ai_family, address.ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (connect(socket.get(), address.ai_addr, address.ai_addrlen) == 0) return true;
     if (errno != EINPROGRESS) return false;
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now());
-    pollfd waiting{.fd = socket.fd(), .events = POLLOUT, .revents = 0};
+    pollfd waiting{.fd = socket.get(), .events = POLLOUT, .revents = 0};
     if (poll(&waiting, 1, std::max(0, static_cast<int>(rest.count()))) != 1) return false;
     int error = 0;
     socklen_t size = sizeof error;
-    return getsockopt(socket.fd(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+    return getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
 /// libxcb alone would wait for minutes for a computer that does not answer.
@@ -93,8 +78,8 @@ bool opensWayland(const DisplayEnvironment& environment) {
     address.sun_family = AF_UNIX;
     if (!path.is_absolute() || path.native().size() >= sizeof address.sun_path) return false;
     path.native().copy(address.sun_path, sizeof address.sun_path - 1);
-    const Socket socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    return connect(socket.fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
+    const FileHandle socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    return connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
            errno == EAGAIN; // somebody is there, and busy
 }
 

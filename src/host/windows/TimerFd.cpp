@@ -19,26 +19,25 @@ timespec toTimespec(std::chrono::nanoseconds time) {
 TimerFd::TimerFd(std::function<void()> onFire)
     : descriptor_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)),
       onFire_(std::make_shared<const std::function<void()>>(std::move(onFire))) {
-    if (descriptor_ < 0) return;
-    notifier_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
+    if (!descriptor_.isOpen()) return;
+    notifier_ = std::make_unique<QSocketNotifier>(descriptor_.get(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { onReadable(); });
 }
 
 TimerFd::~TimerFd() {
-    if (descriptor_ < 0) return;
+    if (!descriptor_.isOpen()) return;
     notifier_->setEnabled(false);
     notifier_.release()->deleteLater(); // it may be delivering the very call that ends this timer
-    close(descriptor_);
 }
 
 void TimerFd::set(std::chrono::nanoseconds first, std::chrono::nanoseconds interval) const {
     const itimerspec times{.it_interval = toTimespec(interval), .it_value = toTimespec(first)};
-    if (descriptor_ >= 0) timerfd_settime(descriptor_, 0, &times, nullptr);
+    if (descriptor_.isOpen()) timerfd_settime(descriptor_.get(), 0, &times, nullptr);
 }
 
 void TimerFd::onReadable() {
     std::uint64_t count = 0;
-    if (read(descriptor_, &count, sizeof count) != sizeof count) return; // set anew meanwhile
+    if (read(descriptor_.get(), &count, sizeof count) != sizeof count) return; // set anew meanwhile
     expirations_ += count;
     const auto onFire = onFire_;
     (*onFire)();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/files/FileHandle.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -35,7 +37,7 @@ private:
     void set(std::chrono::nanoseconds first, std::chrono::nanoseconds interval) const;
     void onReadable();
 
-    const int descriptor_;
+    const FileHandle descriptor_;
     std::uint64_t expirations_ = 0;
     std::shared_ptr<const std::function<void()>> onFire_; // shared with the call that is under way
     std::unique_ptr<QSocketNotifier> notifier_;

@@ -1,21 +1,15 @@
 #include "host/windows/X11Activation.h"
 
+#include "host/windows/XcbReply.h"
+
 #include <QGuiApplication>
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 #include <xcb/xcb.h>
 
 namespace rewindle {
 namespace {
-
-struct Free {
-    void operator()(void* block) const { std::free(block); }
-};
-template <class T>
-using Reply = std::unique_ptr<T, Free>;
 
 xcb_connection_t* qtConnection() {
     const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -24,7 +18,7 @@ xcb_connection_t* qtConnection() {
 
 xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
     const auto asked = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, asked, nullptr));
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, asked, nullptr));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
 }
 
@@ -55,7 +49,7 @@ public:
         xcb_change_property(connection_, XCB_PROP_MODE_APPEND, window_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0,
                             nullptr);
         xcb_flush(connection_);
-        while (const Reply<xcb_generic_event_t> event{xcb_wait_for_event(connection_)}) {
+        while (const XcbReply<xcb_generic_event_t> event{xcb_wait_for_event(connection_)}) {
             if ((event->response_type & 0x7fU) != XCB_PROPERTY_NOTIFY) continue;
             return reinterpret_cast<const xcb_property_notify_event_t*>(event.get())->time;
         }
@@ -77,7 +71,7 @@ public:
             event.type = atom(connection_, "_NET_STARTUP_INFO");
         }
         // The window must not go before the message has arrived.
-        const Reply<xcb_get_input_focus_reply_t> arrived(
+        const XcbReply<xcb_get_input_focus_reply_t> arrived(
             xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
     }
 
@@ -114,7 +108,7 @@ void endStartupSequence(const QByteArray& id) {
 void requestX11Activation(const QWindow& window, X11Time time) {
     auto* const connection = qtConnection();
     const auto id = static_cast<xcb_window_t>(window.winId());
-    const Reply<xcb_get_geometry_reply_t> geometry(
+    const XcbReply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(connection, xcb_get_geometry(connection, id), nullptr));
     if (!geometry) return;
     xcb_client_message_event_t event{};
