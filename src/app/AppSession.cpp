@@ -8,9 +8,9 @@ AppSession::AppSession(const Services& services)
     : log_(services.log), defaults_(services.settings.defaults), settingsManager_(services.settings),
       themeManager_(services.settings.defaults),
       permission_(services.settings.defaults, services.permission, services.settings.workspace,
-                  Log(services.engine.log, "AudioCapturePermission")),
+                  Log(services.sampler.log, "AudioCapturePermission")),
       sampler_(services.durationForThisRun.value_or(settingsManager_.recordingDuration().get()),
-               settingsManager_.captureGainDB().get(), services.engine),
+               settingsManager_.captureGainDB().get(), services.sampler),
       lastDuration_(services.durationForThisRun.value_or(settingsManager_.recordingDuration().get())),
       lastGain_(settingsManager_.captureGainDB().get()), self_(std::make_shared<AppSession*>(this)) {
     settingsManager_.overrideRecordingDuration(lastDuration_);

@@ -26,7 +26,7 @@ public:
     struct Services {
         SettingsManager::Services settings;
         AudioCapturePermissionModel::Operations permission;
-        Rewindle::Services engine;
+        Rewindle::Services sampler;
         Log log;
         std::optional<RecordingDuration> durationForThisRun; // instead of the stored one
     };

@@ -46,13 +46,13 @@ std::string describeDevice(AudioHardware& hardware, const std::string& uid) {
 } // namespace
 
 SessionCaptureControl::SessionCaptureControl(const Services& services, std::function<void()> onQuit)
-    : services_(services), onQuit_(std::move(onQuit)), meter_(engine().levelMeter(), services.clips.clock),
+    : services_(services), onQuit_(std::move(onQuit)), meter_(sampler().levelMeter(), services.clips.clock),
       self_(std::make_shared<SessionCaptureControl*>(this)) {
     const auto tell = [this] { tellStateChanged(); };
     auto& session = services_.session;
-    observations_.push_back(engine().outputDeviceUid().observe([this] { onOutputDeviceChanged(); }));
-    observations_.push_back(engine().isFrozen().observe(tell));
-    observations_.push_back(engine().ringBufferRevision().observe(tell));
+    observations_.push_back(sampler().outputDeviceUid().observe([this] { onOutputDeviceChanged(); }));
+    observations_.push_back(sampler().isFrozen().observe(tell));
+    observations_.push_back(sampler().ringBufferRevision().observe(tell));
     observations_.push_back(session.settingsManager().captureGainDB().observe(tell));
     observations_.push_back(session.permission().state().observe(tell));
     observations_.push_back(session.captureErrorMessage().observe(tell));
@@ -97,18 +97,18 @@ void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path&
     // A folder that was asked for stands as it was given: its parent must exist.
     const auto target = folder.empty() ? services_.session.settingsManager().exportDirectory() : folder;
     ++exportsUnderWay_;
-    auto finish = [weak = std::weak_ptr(self_), completion = std::move(completion)](const ClipOutcome& outcome) {
+    auto finish = [weak = std::weak_ptr(self_), completion = std::move(completion)](const Outcome& outcome) {
         if (const auto self = weak.lock()) (*self)->onExported(outcome, completion);
     };
     auto clips = services_.clips;
     clips.progress = reportTo(progress);
     // On the export thread nothing of this object is touched: only services, which outlive the queue's work.
-    engine().copyFrames(std::move(range), services_.exportQueue,
-                        [clips = std::move(clips), &mainQueue = services_.mainQueue, target,
-                         finish = std::move(finish)](const StereoSamples& samples) {
-                            auto outcome = exportClip(samples.left, samples.right, target, kClipNamePrefix, clips);
-                            mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
-                        });
+    sampler().copyFrames(std::move(range), services_.exportQueue,
+                         [clips = std::move(clips), &mainQueue = services_.mainQueue, target,
+                          finish = std::move(finish)](const StereoSamples& samples) {
+                             auto outcome = exportClip(samples.left, samples.right, target, kClipNamePrefix, clips);
+                             mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
+                         });
 }
 
 /// Export thread: brings what the writer tells to the interface thread.
@@ -121,7 +121,7 @@ AudioFileWriter::Progress SessionCaptureControl::reportTo(const Progress& progre
     };
 }
 
-void SessionCaptureControl::onExported(const ClipOutcome& outcome, const Completion& completion) {
+void SessionCaptureControl::onExported(const Outcome& outcome, const Completion& completion) {
     --exportsUnderWay_;
     if (outcome) {
         services_.log.info("Saved " + outcome.value().string());
@@ -135,23 +135,23 @@ void SessionCaptureControl::onExported(const ClipOutcome& outcome, const Complet
 
 void SessionCaptureControl::setFrozen(bool frozen) {
     if (onShutDown_) return; // stopping has frozen what is held
-    engine().setFrozen(frozen);
+    sampler().setFrozen(frozen);
 }
 
 void SessionCaptureControl::requestStatus(std::function<void(const CaptureStatus&)> reply) {
-    engine().drain([weak = std::weak_ptr(self_), reply = std::move(reply)] {
+    sampler().drain([weak = std::weak_ptr(self_), reply = std::move(reply)] {
         if (const auto self = weak.lock()) reply((*self)->status());
     });
 }
 
 CaptureStatus SessionCaptureControl::status() {
     auto& session = services_.session;
-    const auto ring = engine().ringBuffer().get();
+    const auto ring = sampler().ringBuffer().get();
     const auto held = ring->info();
     const auto levels = meter_.read();
     CaptureStatus status;
-    status.running = engine().isRunning().get() && !deviceUid_.empty();
-    status.frozen = engine().isFrozen().get();
+    status.running = sampler().isRunning().get() && !deviceUid_.empty();
+    status.frozen = sampler().isFrozen().get();
     status.access = session.permission().state().get();
     status.deviceUid = deviceUid_;
     status.deviceDescription = deviceDescription_;
@@ -185,12 +185,12 @@ void SessionCaptureControl::quit() {
 }
 
 void SessionCaptureControl::onOutputDeviceChanged() {
-    const auto& uid = engine().outputDeviceUid().get();
+    const auto& uid = sampler().outputDeviceUid().get();
     deviceUid_ = uid;
     deviceDescription_.clear();
     if (uid.empty()) {
         if (!onShutDown_)
-            services_.log.info(engine().isRunning().get() ? "Capture is interrupted." : "Capture is off.");
+            services_.log.info(sampler().isRunning().get() ? "Capture is interrupted." : "Capture is off.");
     } else {
         requestDeviceDescription(uid);
     }

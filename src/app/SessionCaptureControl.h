@@ -46,16 +46,15 @@ public:
     void quit() override;
 
 private:
-    using ClipOutcome = Result<Path, WaveformExportError>;
     void exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion,
                      const Progress& progress = {});
     [[nodiscard]] AudioFileWriter::Progress reportTo(const Progress& progress) const;
-    void onExported(const ClipOutcome& outcome, const Completion& completion);
+    void onExported(const Outcome& outcome, const Completion& completion);
     void onOutputDeviceChanged();
     void requestDeviceDescription(const std::string& uid);
     void onDeviceDescription(const std::string& uid, const std::string& description);
     [[nodiscard]] CaptureStatus status();
-    [[nodiscard]] Rewindle& engine() { return services_.session.sampler(); }
+    [[nodiscard]] Rewindle& sampler() { return services_.session.sampler(); }
     void tellStateChanged() const;
     void endWhenIdle();
 

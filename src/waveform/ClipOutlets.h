@@ -24,7 +24,8 @@ struct ClipRange {
 /// Threads: interface thread; the work is done elsewhere.
 class ClipSaver {
 public:
-    using Completion = std::function<void(const Result<std::filesystem::path, WaveformExportError>&)>;
+    using Outcome = Result<std::filesystem::path, WaveformExportError>; // the file that was written
+    using Completion = std::function<void(const Outcome&)>;
     using Progress = std::function<void(double)>; // how much of the clip is on the storage, 0 to 1
     virtual ~ClipSaver() = default;
     /// Saves the range, or all that is retained when there is none. `progress` comes before `completion`, of long clips

@@ -8,12 +8,12 @@ namespace rewindle {
 /// The engine's freeze: it takes effect in order with the engine's copies, so that no clip loses frames by it.
 class EngineFreeze final : public CaptureFreeze {
 public:
-    explicit EngineFreeze(Rewindle& engine) : engine_(engine) {}
-    [[nodiscard]] bool isFrozen() const override { return engine_.isFrozen().get(); }
-    void setFrozen(bool frozen) override { engine_.setFrozen(frozen); }
+    explicit EngineFreeze(Rewindle& sampler) : sampler_(sampler) {}
+    [[nodiscard]] bool isFrozen() const override { return sampler_.isFrozen().get(); }
+    void setFrozen(bool frozen) override { sampler_.setFrozen(frozen); }
 
 private:
-    Rewindle& engine_;
+    Rewindle& sampler_;
 };
 
 } // namespace rewindle

@@ -49,10 +49,14 @@ public:
     std::function<void(bool)> onFollowLiveChanged;
     /// Why a clip could not be made; none when one was, which ends what was told before.
     std::function<void(const std::optional<WaveformExportError>&)> onExportFailure;
+    /// A clip is being saved, and then is saved or not; `onExportFailure` comes after the latter.
+    std::function<void()> onSaveStarted;
+    std::function<void(const ClipSaver::Outcome&)> onSaveEnded;
     /// How much of a long clip is written, 0 to 1, until it is done.
     std::function<void(double)> onExportProgress;
 
     [[nodiscard]] const WaveformEditor& editor() const { return editor_; }
+    [[nodiscard]] bool isSaving() const { return savesUnderWay_ > 0; }
 
     // What it works with
 
@@ -130,14 +134,8 @@ private:
     void handleSpace();
     void handleArrow(bool toTheRight, bool extends);
     void pan(const ScrollEvent& event);
-    /// Takes the outcome of an export to `onExportFailure`, unless the view is gone by then.
-    [[nodiscard]] auto exportReport() const {
-        return [weak = std::weak_ptr(self_)](const auto& outcome) {
-            const auto self = weak.lock();
-            if (!self || !(*self)->onExportFailure) return;
-            (*self)->onExportFailure(outcome ? std::nullopt : std::optional(outcome.error()));
-        };
-    }
+    void saveEnded(const ClipSaver::Outcome& outcome);
+    void exportEnded(const std::optional<WaveformExportError>& failure) const;
 
     const Services services_;
     WaveformEditor editor_;
@@ -146,6 +144,7 @@ private:
     WaveformRenderer* waveformRenderer_ = nullptr;
     bool wasHidden_ = false;
     bool metalDirty_ = false; // a frame is owed to the renderer
+    int savesUnderWay_ = 0;
     WaveformTheme theme_;
     WaveformDrawnState drawn_;
     ModifierFlags modifiers_;

@@ -14,6 +14,10 @@ char32_t lowerCased(char32_t letter) {
     return letter >= U'A' && letter <= U'Z' ? letter - U'A' + U'a' : letter;
 }
 
+std::optional<WaveformExportError> failureIn(const auto& outcome) {
+    return outcome ? std::nullopt : std::optional(outcome.error());
+}
+
 } // namespace
 
 bool WaveformView::keyDown(const KeyEvent& event) {
@@ -76,7 +80,10 @@ bool WaveformView::isKeyEquivalent(const KeyEvent& event) {
 
 void WaveformView::copy() {
     const auto range = editor_.marks().selectedRange();
-    if (range && editor_.ringBuffer()) services_.pasteboard.copyClip(*range, exportReport());
+    if (!range || !editor_.ringBuffer()) return;
+    services_.pasteboard.copyClip(*range, [weak = std::weak_ptr(self_)](const auto& outcome) {
+        if (const auto self = weak.lock()) (*self)->exportEnded(failureIn(outcome));
+    });
 }
 
 void WaveformView::selectAll() {
@@ -86,11 +93,27 @@ void WaveformView::selectAll() {
 
 void WaveformView::saveAllCapturedAudioAs() {
     if (!editor_.ringBuffer()) return;
-    services_.saver.saveClip(editor_.marks().selectedRange(), exportReport(),
-                             [weak = std::weak_ptr(self_)](double fraction) {
-                                 const auto self = weak.lock();
-                                 if (self && (*self)->onExportProgress) (*self)->onExportProgress(fraction);
-                             });
+    ++savesUnderWay_;
+    if (onSaveStarted) onSaveStarted();
+    services_.saver.saveClip(
+        editor_.marks().selectedRange(),
+        [weak = std::weak_ptr(self_)](const auto& outcome) {
+            if (const auto self = weak.lock()) (*self)->saveEnded(outcome);
+        },
+        [weak = std::weak_ptr(self_)](double fraction) {
+            const auto self = weak.lock();
+            if (self && (*self)->onExportProgress) (*self)->onExportProgress(fraction);
+        });
+}
+
+void WaveformView::saveEnded(const ClipSaver::Outcome& outcome) {
+    --savesUnderWay_;
+    if (onSaveEnded) onSaveEnded(outcome);
+    exportEnded(failureIn(outcome));
+}
+
+void WaveformView::exportEnded(const std::optional<WaveformExportError>& failure) const {
+    if (onExportFailure) onExportFailure(failure);
 }
 
 void WaveformView::clearWaveformSelection() {

@@ -34,7 +34,7 @@ protected:
         session.emplace(AppSession::Services{
             .settings = {defaults, loginItem, files, folderChooser, workspace},
             .permission = {.preflight = isGranted, .probe = answer, .request = answer, .freshProbe = answer},
-            .engine = {hardware, queues.capture, queues.control, queues.main, queues.clock, memory, log, 77},
+            .sampler = {hardware, queues.capture, queues.control, queues.main, queues.clock, memory, log, 77},
             .log = Log(log, "Session"),
             .durationForThisRun = durationForThisRun});
     }

@@ -72,7 +72,7 @@ void Scene::makeSession(AudioCaptureProbeOutcome consent) {
     session_.emplace(AppSession::Services{
         .settings = {defaults_, loginItem_, files_, folderChooser_, workspace_},
         .permission = {.preflight = isGranted, .probe = answer, .request = answer, .freshProbe = answer},
-        .engine = {hardware_, queues_.capture, queues_.control, queues_.main, queues_.clock, memory_, log_, 1},
+        .sampler = {hardware_, queues_.capture, queues_.control, queues_.main, queues_.clock, memory_, log_, 1},
         .log = Log(log_, "Session"),
         .durationForThisRun = {}});
     session_->begin();

@@ -28,7 +28,6 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void addPanel(QWidget* panel);
     void showPanels();
     void goOn();
     [[nodiscard]] bool isWide() const;

@@ -4,7 +4,6 @@
 
 #include <QAccessible>
 #include <QHBoxLayout>
-#include <QPointer>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -23,9 +22,8 @@ constexpr int kLeastWidthForLevels = 640; // points; below, the words need the p
 WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
                                        const std::shared_ptr<WindowAnimationDriver>& driver,
                                        const NightfallTheme& theme, const Actions& actions)
-    : session_(session), saver_(waveform.saver), theme_(theme), actions_(actions),
-      banner_(new NightfallBanner(theme)), levels_(new LevelFigures(theme)),
-      waveform_(new WaveformViewRepresentable(session, *this, waveform, driver, theme)),
+    : session_(session), theme_(theme), actions_(actions), banner_(new NightfallBanner(theme)),
+      levels_(new LevelFigures(theme)), waveform_(new WaveformViewRepresentable(session, waveform, driver, theme)),
       strip_(new LevelStrip(theme)) {
     auto* const news = new QVBoxLayout;
     news->setContentsMargins(Metrics::large, 0, Metrics::large, 0);
@@ -38,8 +36,11 @@ WaveformWindowView::WaveformWindowView(AppSession& session, CaptureControl& cont
     column->addLayout(news);
     column->addWidget(waveform_, 1);
     column->addWidget(strip_);
-    waveform_->view().onExportProgress = [this](double fraction) { onExportProgress(fraction); };
-    waveform_->view().onExportFailure = [this](const auto& failure) { onExportFailure(failure); };
+    auto& view = waveform_->view();
+    view.onSaveStarted = [this] { onSaveStarted(); };
+    view.onExportProgress = [this](double fraction) { onExportProgress(fraction); };
+    view.onSaveEnded = [this](const auto& outcome) { onSaveEnded(outcome); };
+    view.onExportFailure = [this](const auto& failure) { onExportFailure(failure); };
 
     refresh_ =
         new StatusRefresh(*this, control, kRefreshMs, [this](const CaptureStatus& status) { showStatus(status); });
@@ -151,32 +152,25 @@ void WaveformWindowView::showLevelMeter() {
 }
 
 void WaveformWindowView::updateSaveButton() {
-    save_->setText(savesUnderWay_ > 0 ? u"Saving…"_s : u"Save"_s);
-    save_->setEnabled(savesUnderWay_ == 0 && status_.retainedSeconds >= kShortestClipSeconds);
+    const bool isSaving = waveform_->view().isSaving();
+    save_->setText(isSaving ? u"Saving…"_s : u"Save"_s);
+    save_->setEnabled(!isSaving && status_.retainedSeconds >= kShortestClipSeconds);
 }
 
-void WaveformWindowView::saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) {
-    ++savesUnderWay_;
+void WaveformWindowView::onSaveStarted() {
     saveHadFocus_ |= save_->hasFocus();
     saved_.reset();
     exportErrorMessage_.reset();
     showNotice();
     updateSaveButton();
-    auto finish = [self = QPointer(this), completion = std::move(completion)](const auto& outcome) {
-        if (!self) return;
-        self->onSaved(outcome);
-        completion(outcome);
-    };
-    saver_.saveClip(range, std::move(finish), std::move(progress));
 }
 
-void WaveformWindowView::onSaved(const Result<std::filesystem::path, WaveformExportError>& outcome) {
-    --savesUnderWay_;
+void WaveformWindowView::onSaveEnded(const ClipSaver::Outcome& outcome) {
     savedPercent_.reset();
     if (outcome) saved_ = outcome.value();
     savedIsOld_.start();
     updateSaveButton();
-    if (savesUnderWay_ == 0 && std::exchange(saveHadFocus_, false)) save_->setFocus();
+    if (!waveform_->view().isSaving() && std::exchange(saveHadFocus_, false)) save_->setFocus();
 }
 
 void WaveformWindowView::onExportProgress(double fraction) {

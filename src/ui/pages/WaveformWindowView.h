@@ -21,7 +21,7 @@ namespace rewindle {
 ///
 /// Threads:   interface thread.
 /// Lifecycle: everything that it is given outlives it.
-class WaveformWindowView final : public QWidget, private ClipSaver {
+class WaveformWindowView final : public QWidget {
 public:
     /// `driver` is the frame clock of the window that the page will be in.
     WaveformWindowView(AppSession& session, CaptureControl& control, const WaveformServices& waveform,
@@ -40,23 +40,21 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void saveClip(std::optional<ClipRange> range, Completion completion, Progress progress) override;
     [[nodiscard]] QWidget* makeHeader();
     void observe(const std::shared_ptr<WindowAnimationDriver>& driver);
     void showStatus(const CaptureStatus& status);
     void showNotice();
     void showLevelMeter();
     void updateSaveButton();
-    void onSaved(const Result<std::filesystem::path, WaveformExportError>& outcome);
+    void onSaveStarted();
+    void onSaveEnded(const ClipSaver::Outcome& outcome);
     void onExportProgress(double fraction);
     void onExportFailure(const std::optional<WaveformExportError>& failure);
 
     AppSession& session_;
-    ClipSaver& saver_;
     const NightfallTheme& theme_;
     const Actions& actions_;
     CaptureStatus status_;
-    int savesUnderWay_ = 0;
     std::optional<int> savedPercent_;            // of the clip that is being saved, when that takes long
     bool saveHadFocus_ = false;                  // when it was pressed: a disabled button cannot keep the keyboard
     std::optional<std::filesystem::path> saved_; // the clip that the notice is about

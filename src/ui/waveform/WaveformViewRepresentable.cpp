@@ -48,8 +48,7 @@ private:
     WaveformViewRepresentable& owner_;
 };
 
-WaveformViewRepresentable::WaveformViewRepresentable(AppSession& session, ClipSaver& saver,
-                                                     const WaveformServices& services,
+WaveformViewRepresentable::WaveformViewRepresentable(AppSession& session, const WaveformServices& services,
                                                      std::shared_ptr<WindowAnimationDriver> driver,
                                                      const NightfallTheme& theme)
     : session_(session), clock_(services.clock), theme_(theme), driver_(std::move(driver)),
@@ -58,7 +57,7 @@ WaveformViewRepresentable::WaveformViewRepresentable(AppSession& session, ClipSa
           .clock = services.clock,
           .freeze = services.freeze,
           .audition = services.audition,
-          .saver = saver,
+          .saver = services.saver,
           .pasteboard = services.pasteboard,
           .dragSource = services.dragSource,
           .timingLog = services.timingLog,

@@ -21,8 +21,8 @@ namespace rewindle {
 /// Lifecycle: everything that it is given outlives it.
 class WaveformViewRepresentable final : public QWidget, private WaveformViewHost {
 public:
-    /// `driver` is the clock of the window that the widget will be in; `saver` takes the view's clips.
-    WaveformViewRepresentable(AppSession& session, ClipSaver& saver, const WaveformServices& services,
+    /// `driver` is the clock of the window that the widget will be in.
+    WaveformViewRepresentable(AppSession& session, const WaveformServices& services,
                               std::shared_ptr<WindowAnimationDriver> driver, const NightfallTheme& theme);
     ~WaveformViewRepresentable() override;
 
