@@ -76,7 +76,7 @@ struct Runner {
             return fail(ExitCode::failed, *problem + "; to capture without a window: rewindle --headless");
         }
         if (const auto status = runWindow(command)) return *status;
-        // Somebody was faster, between the question above and now.
+        // Another instance has started since the question above.
         return handOver(command).value_or(static_cast<int>(ExitCode::failed));
     }
     int operator()(const ControlCommand& command) const {
@@ -96,7 +96,7 @@ struct Runner {
     int operator()(const VersionCommand&) const { return print("rewindle " REWINDLE_VERSION "\n"); }
     int operator()(const UsageError& error) const { return fail(ExitCode::usage, error.message); }
 
-    /// The application, to its end; none when another instance has the name.
+    /// Runs the application to its end and returns the exit status; none when another instance has the name.
     [[nodiscard]] std::optional<int> runWindow(const WindowCommand& command) const {
         const FontPreload fonts;
         QtApplication::identify();

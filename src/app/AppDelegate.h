@@ -34,8 +34,8 @@ public:
     /// Ends capture, then the application. A second call does nothing.
     void quit();
 
-    /// Runs at quit instead of only ending capture, when something else has to come to its end, too. It calls its
-    /// argument when it has.
+    /// Runs at quit in place of the mere end of capture, where more has to end. `hook` calls its argument when all has
+    /// ended.
     void setQuitHook(std::function<void(std::function<void()>)> hook) { quitHook_ = std::move(hook); }
 
 private:

@@ -76,7 +76,7 @@ void AppSession::applyDuration(RecordingDuration duration) {
 void AppSession::onDurationApplied() {
     isApplyingDuration_ = false;
     if (lastCaptureAllowed_ && !isStopped_) startCapture(); // it runs already, unless it could not be started before
-    evaluateCaptureState();                                 // for what was held back meanwhile
+    evaluateCaptureState();                                 // for changes that were held back meanwhile
     if (isApplyingDuration_) return;
     for (const auto& completion : std::exchange(awaitingDuration_, {}))
         completion();

@@ -88,7 +88,7 @@ void AudioCapturePermissionModel::onRequestAnswered(Outcome outcome) {
 
 void AudioCapturePermissionModel::recheck(Completion completion) {
     if (isRequesting_ || state_.get() == State::checking) return callAll({std::move(completion)});
-    isRecheckAsked_ = true; // also of a probe on its way: the click may be what brought the program to the front
+    isRecheckAsked_ = true; // a probe may be on its way already: the click may have brought the program to the front
     startFreshProbe(std::move(completion));
 }
 

@@ -39,7 +39,7 @@ public:
 
     [[nodiscard]] const Observable<AudioCaptureAccessState>& state() const { return state_; }
     [[nodiscard]] bool isGranted() const { return state_.get() == AudioCaptureAccessState::granted; }
-    /// Granted, or about to be as far as this process can see by itself while it is `checking`. Tells what to show
+    /// Granted; or, while `checking`, granted as far as this process can see by itself. Decides what to show
     /// meanwhile; capture waits for `isGranted`.
     [[nodiscard]] bool isPresumedGranted() const;
     /// The last recheck that a user started found access still off.
@@ -51,7 +51,7 @@ public:
     void requestAccess(Completion completion = {});
     /// The view's recheck button. Does nothing while `checking` or while the user is being asked.
     void recheck(Completion completion = {});
-    /// When the program comes to the foreground. Does nothing either before the user has been asked.
+    /// The same, when the program comes to the foreground. Does nothing before the user has been asked, either.
     void foregroundCheck(Completion completion = {});
     /// When the stored consent may have changed: takes this process's own answer, at once. The answer of a probe child
     /// that is on its way then counts no more. While `checking`, launch reconciliation takes the change into account.

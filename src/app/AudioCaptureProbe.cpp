@@ -17,8 +17,8 @@ std::optional<Outcome> outcomeOf(std::optional<int> status) {
     return std::nullopt;
 }
 
-/// A service that is away for a moment must not pass for one that was never asked: that would forget that the user has
-/// been through the question.
+/// A service that is away for a moment counts as a no. As one without an entry it would have this program forget that
+/// the user has been asked.
 Outcome inProcessPreflight(ConsentService& consent) {
     return outcomeOf(consent.preflight(kAudioCaptureConsent)).value_or(Outcome::denied);
 }

@@ -13,7 +13,7 @@ constexpr std::string_view kClipNamePrefix = "rewindle";
 std::pair<std::int64_t, std::int64_t> newestRange(const WaveformInfo& held, double seconds) {
     const auto end = held.totalFramesWritten;
     const auto wanted = std::round(seconds * static_cast<double>(AudioRingBuffer::kFramesPerSecond));
-    // Compared as doubles: a wish for an eternity is more than an integer holds.
+    // Compared as doubles: more seconds can be asked for than an integer holds frames.
     if (wanted >= static_cast<double>(end - held.oldestFrame)) return {held.oldestFrame, end};
     return {end - static_cast<std::int64_t>(wanted), end};
 }
@@ -22,7 +22,7 @@ std::pair<std::int64_t, std::int64_t> allOf(const WaveformInfo& held) {
     return {held.oldestFrame, held.totalFramesWritten};
 }
 
-/// For those who ask by way of the control: in the words for people.
+/// Gives the reply to a request the failure as one line for people.
 ClipSaver::Completion tellingPlainly(CaptureControl::ExportReply reply) {
     return [reply = std::move(reply)](const auto& outcome) {
         if (outcome) return reply(outcome.value());
@@ -94,7 +94,7 @@ void SessionCaptureControl::saveClip(std::optional<ClipRange> range, Completion 
 void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path& folder, Completion completion,
                                         const Progress& progress) {
     if (onShutDown_) return completion(WaveformExportError::writeFailed({0, "rewindle is quitting."}));
-    // A folder that was asked for stands as it was given: its parent must exist.
+    // A folder that was asked for is never replaced by the default one: without its parent the export fails.
     const auto target = folder.empty() ? services_.session.settingsManager().exportDirectory() : folder;
     ++exportsUnderWay_;
     auto finish = [weak = std::weak_ptr(self_), completion = std::move(completion)](const Outcome& outcome) {

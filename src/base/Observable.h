@@ -64,7 +64,7 @@ public:
 private:
     using Observers = std::map<std::uint64_t, std::function<void()>>;
     T value_;
-    mutable std::uint64_t nextId_ = 0; // who watches is no part of the value
+    mutable std::uint64_t nextId_ = 0; // mutable: to observe a value does not change it
     std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
 };
 

@@ -20,7 +20,7 @@ public:
     /// The folder in which the user's music lies.
     [[nodiscard]] virtual Path musicDirectory() const = 0;
 
-    /// Whether the name is taken, be it by a link that leads nowhere.
+    /// Whether the name is taken; a link that leads nowhere takes it, too.
     [[nodiscard]] virtual bool exists(const Path& path) const = 0;
     [[nodiscard]] virtual bool isDirectory(const Path& path) const = 0;
     [[nodiscard]] virtual bool isWritable(const Path& path) const = 0;

@@ -30,7 +30,7 @@ enum class KeyCode : std::uint16_t {
 struct MouseEvent {
     Point location = {};
     ModifierFlags modifiers = {};
-    std::int64_t eventNumber = 0; // one for each press; told apart by it is the press that activated the window
+    std::int64_t eventNumber = 0; // one for each press; tells which press activated the window
 };
 
 struct KeyEvent {

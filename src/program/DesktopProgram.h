@@ -46,7 +46,7 @@ public:
     enum class Start { ready, alreadyRunning };
     /// Takes the program's name on the session bus. Without a bus it is the only instance.
     [[nodiscard]] Start start();
-    /// Until the user quits; what the process exits with. Requires: started.
+    /// Runs until the user quits; returns the exit status of the process. Requires: started.
     [[nodiscard]] int run(bool hidden);
 
 private:

@@ -14,7 +14,8 @@ std::function<QtWaveformSurface*(QWidget*)> GpuDrawing::surfaceFactory() {
     const auto ask = [this] { return answer_ = probe_.answer(); };
     const auto choice = rendererChoice(environmentVariable("REWINDLE_RENDERER"));
     if (!drawsWithGpu(choice, qtPlatformShowsGpu(), ask)) return {};
-    // The answer may be of another day, and Qt crashes when there is no context for a window with a GPU view.
+    // The answer may have been remembered for days, and Qt crashes when there is no context for a window with a GPU
+    // view.
     if (!drawsWithGpu(choice, true, [this] { return gpuOfContext(answer_.isES); })) {
         onSurfaceReady({});
         return {};

@@ -16,7 +16,7 @@ class HeadlessProgram {
 public:
     HeadlessProgram(LogSink& log, std::optional<RecordingDuration> durationForThisRun);
 
-    /// Until it is told to end; what the process exits with.
+    /// Runs until it is told to end; returns the exit status of the process.
     [[nodiscard]] int run();
 
 private:
@@ -31,7 +31,8 @@ private:
 
     void end();
     void sayWhatIsMissing();
-    /// A desktop wants a window: another start finds out that there is none here, and tells the user.
+    /// For a desktop that wants a window. Starts the program once more, which finds out that there is none and tells
+    /// the user.
     static void startWindow(const ActivationToken& token);
 
     TerminationSignals signals_{[this] { end(); }}; // before the first thread
@@ -41,7 +42,7 @@ private:
     SessionHost host_;
     DbusControlService service_;
     DbusApplication dbusApplication_;
-    bool isMissing_ = false; // access, and the log knows
+    bool isMissing_ = false; // the access to audio; the log has said so
     Observation accessObservation_;
 };
 

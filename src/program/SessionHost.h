@@ -20,8 +20,8 @@
 namespace rewindle {
 
 /// The session on this machine's services, with its control: what the program is made of with a window or without.
-/// The members go in the reverse order: first those who ask, then the engine, the sound server, and last the queues
-/// with what the work on them may still use.
+/// The members are destroyed in reverse order: first those who ask, then the engine, the sound server, and last the
+/// queues with what the work on them may still use.
 ///
 /// Threads:   interface thread.
 /// Lifecycle: make it after the QCoreApplication and the TerminationSignals.

@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view kFlavorKey = "theme.flavor";
 constexpr std::string_view kAccentKey = "theme.accent";
 
-/// What earlier versions stored. Names that became `eclipse` need no entry: everything unknown does.
+/// What earlier versions stored. Names that became `eclipse` need no entry: every unknown name becomes `eclipse`.
 constexpr std::pair<std::string_view, NightfallFlavor> kLegacyFlavors[] = {
     {"matinee", NightfallFlavor::daybreak},   {"ultraviolet", NightfallFlavor::daybreak},
     {"latte", NightfallFlavor::daybreak},     {"neon", NightfallFlavor::dusk},

@@ -5,8 +5,8 @@ namespace rewindle {
 /// Whether what the computer plays is kept or dropped, as last asked for by the user, an audition or the end of
 /// capture.
 ///
-/// The ring buffer has a flag of its own, but a copy of it may set that one too, for its length, while the audio waits
-/// to be appended behind it. A view that went by it would show a capture that stands still meanwhile.
+/// The ring buffer has a flag of its own. But a copy of the ring buffer may set it, too, while new audio waits to be
+/// appended after the copy. A view that went by that flag would show capture as frozen meanwhile.
 ///
 /// Threads: interface thread.
 class CaptureFreeze {

@@ -36,7 +36,7 @@ WaveformColumns waveformColumns(Size size, double viewStartFrame, double visible
 }
 
 void limitToDrawable(std::span<float> values) {
-    constexpr float kMost = 10'000; // 80 dB beyond full scale; finite, so that it can be reckoned with
+    constexpr float kMost = 10'000; // 80 dB beyond full scale; finite, so that sums with it are numbers
     for (float& value : values)
         value = std::clamp(value, -kMost, kMost); // NaN passes
 }

@@ -142,8 +142,8 @@ void WaveformEditor::drag(double frames) {
     placeChangedByUser();
 }
 
-/// The way from `start` that a movement of `frames` goes. The view snaps to the live edge and to the oldest: without a
-/// sum over the small steps of one movement it could not be pulled away from them.
+/// How far from `start` a movement of `frames` gets. The view snaps to the live edge and to the oldest frame. One
+/// small step does not pull it away from there, so the steps of one movement are added up.
 double WaveformEditor::withHeldBack(double frames, double start) {
     constexpr double kPauseSeconds = 0.3; // that ends a movement
     const double now = services_.clock.uptimeSeconds();

@@ -65,9 +65,10 @@ public:
     void pauseLiveFollow();
     void resumeLiveFollow();
     void jumpToOldest();
-    /// Ceases to follow, as a mark that is being made requires.
+    /// Ceases to follow, so that the place where a mark is made stays where it is.
     void stopFollowing();
-    /// Follows again, or ceases to, by where the view is. An audition and the playhead end with the former.
+    /// Follows again when the view is at the live edge, and ceases to when it is not. An audition and the playhead end
+    /// when it follows again.
     void updateLiveFollowArming();
     void setZoom(double multiplier, double anchorX, bool centered);
     /// Eases the view to `frames` further right.

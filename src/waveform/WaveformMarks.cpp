@@ -6,7 +6,7 @@
 namespace rewindle {
 namespace {
 
-constexpr double kHalfFrame = 0.5; // far more than places on the screen lose on their way to frames
+constexpr double kHalfFrame = 0.5; // far more than the rounding errors of places on the screen turned into frames
 
 struct Ends {
     double low, high;

@@ -28,7 +28,8 @@ struct WaveformMarks {
 
     void select(double anchor, double current);
     void clearSelection();
-    /// The end that stays when the selection is extended to `frame`: the one farther away, the left one in the middle.
+    /// The end that stays when the selection is extended to `frame`: the one farther away; the left one when both are
+    /// equally far.
     /// Requires: hasSelectionEnds().
     [[nodiscard]] double fixedEndFor(double frame) const;
     /// Moves the selection by `step`, to the right when it is positive, or with `extends` only its end on that side,

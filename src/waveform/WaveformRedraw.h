@@ -18,7 +18,7 @@ struct WaveformDrawnState {
     double playbackCursor = kNone;
     double insertMarker = kNone;
     bool cursorBlinkVisible = false;
-    bool followLive = false;      // counts in the state of now only
+    bool followLive = false;      // looked at in the present state only
     bool auditionPlaying = false; // so does this
 };
 

@@ -177,7 +177,7 @@ void WaveformView::draw(GraphicsContext& context) {
 }
 
 void WaveformView::drawSnapshot(GraphicsContext& context) {
-    if (preparePicture()) paint(context); // what is on the screen stays as old as it was
+    if (preparePicture()) paint(context); // `drawn_` stays: this is not the picture on the screen
 }
 
 void WaveformView::paint(GraphicsContext& context) {

@@ -49,7 +49,7 @@ public:
     std::function<void(bool)> onFollowLiveChanged;
     /// Why a clip could not be made; none when one was, which ends what was told before.
     std::function<void(const std::optional<WaveformExportError>&)> onExportFailure;
-    /// A clip is being saved, and then is saved or not; `onExportFailure` comes after the latter.
+    /// Each save begins and ends; `onExportFailure` comes after its end.
     std::function<void()> onSaveStarted;
     std::function<void(const ClipSaver::Outcome&)> onSaveEnded;
     /// How much of a long clip is written, 0 to 1, until it is done.

@@ -49,7 +49,7 @@ std::shared_ptr<RangeCopy> CaptureChain::beginCopy(std::pair<std::int64_t, std::
     return copy;
 }
 
-/// Appends are faster than copies when they have been held up.
+/// Copies first what an append of `frames` would overwrite: audio that was held up comes faster than copies are made.
 void CaptureChain::copyAheadOf(std::int64_t frames) {
     std::erase_if(copies_, [&](const auto& weak) {
         const auto copy = weak.lock();

@@ -43,8 +43,8 @@ public:
     void fetchPending();
 
     void setFrozen(bool frozen);
-    /// Begins to copy the frames [range.first, range.second), as far as they are held. Whoever asks makes the copy piece
-    /// by piece; nothing of it is overwritten before.
+    /// Begins to copy the frames [range.first, range.second), as far as they are held. The caller makes the copy piece
+    /// by piece; what is not copied yet is not overwritten.
     [[nodiscard]] std::shared_ptr<RangeCopy> beginCopy(std::pair<std::int64_t, std::int64_t> range);
     /// Goes on in a ring buffer of another length, with the newest audio that fits; returns it. Null when the
     /// length is the same.

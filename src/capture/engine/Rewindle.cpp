@@ -136,7 +136,7 @@ void Rewindle::setDuration(RecordingDuration duration, std::function<void()> com
 
 void Rewindle::setFrozen(bool frozen) {
     state_->onCaptureQueue([frozen](CaptureChain& chain) {
-        chain.fetchPending(); // what was played before still counts as it did then
+        chain.fetchPending(); // what was played before the call is kept or dropped as it was then
         chain.setFrozen(frozen);
     });
     state_->isFrozen.set(frozen);
@@ -235,7 +235,7 @@ void Rewindle::stop(std::function<void()> completion) {
     state_->onCaptureQueue([run, weak = std::weak_ptr(state_), &controlQueue = services.controlQueue,
                             &mainQueue = services.mainQueue,
                             completion = std::move(completion)](CaptureChain& chain) {
-        chain.fetchPending(); // up to the moment of the stop everything counts, unless it was frozen already
+        chain.fetchPending(); // keeps what was played up to the stop, unless it is frozen already
         chain.setFrozen(true);
         chain.follow(nullptr);
         controlQueue.async([run, weak, &mainQueue, completion] {

@@ -31,7 +31,7 @@ private:
 
     const Path file_;
     const Log log_;
-    bool refused_ = false; // and the log knows
+    bool refused_ = false; // the log has told of a record that counts as a no
 };
 
 } // namespace rewindle

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kLongestWaitMs = 2'000;
 
-/// The record, and the folder that holds it, or will when folders below it are made.
+/// The record, and its folder; while that is missing, the nearest folder above it.
 QStringList pathsToWatch(const std::filesystem::path& record) {
     std::error_code ignored;
     auto folder = record.parent_path();
@@ -56,7 +56,7 @@ void StoredConsent::lookUp() {
     auto* const watcher = new QDBusPendingCallWatcher(*lookup_, this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, number = ++lookups_](auto* finished) {
         finished->deleteLater();
-        if (!lookup_ || number != lookups_) return; // taken before, or overtaken
+        if (!lookup_ || number != lookups_) return; // the reply was taken already, or a later question was asked
         takeReply(finished->reply());
         tellChange();
     });
@@ -114,7 +114,7 @@ bool StoredConsent::request(std::string_view service, std::function<void(bool)> 
     const auto waiting = std::make_shared<std::function<void(bool)>>(std::move(completion));
     question_([weak = std::weak_ptr(self_), waiting](bool granted) {
         const auto self = weak.lock();
-        const auto reply = std::exchange(*waiting, nullptr); // one answer counts
+        const auto reply = std::exchange(*waiting, nullptr); // only the first answer counts
         if (!self || !reply) return;
         const auto stored = (*self)->store(granted);
         if (!stored) (*self)->tellFailure(stored.error());
@@ -137,7 +137,7 @@ Result<void> StoredConsent::store(bool granted) {
     const auto reply = StoredConsentPortal::replyWithin(setting, QDeadlineTimer(kLongestWaitMs));
     if (reply && reply->type() == QDBusMessage::ReplyMessage) {
         portal_ = StoredConsentPortal::Entry{granted};
-        lookup_.reset(); // what is on its way is older
+        lookup_.reset(); // a reply that is still on its way is older than this
     }
     tellChange();
     return StoredConsentAnswer::outcome(granted, answer(), record, StoredConsentPortal::outcomeOfSetting(reply));

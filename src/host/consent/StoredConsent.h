@@ -18,8 +18,8 @@ namespace rewindle {
 /// The consent that is stored in the program's own record and in the desktop's permission store, watched in both.
 ///
 /// Threads:   interface thread.
-/// Errors:    a desktop without a permission store, or without a bus, leaves the record alone to count. A store that
-///            went away counts by what it said last.
+/// Errors:    where there is no permission store, or no bus, only the record counts. Of a store that went away its
+///            last answer counts.
 /// Lifecycle: needs the application's event loop to see changes. The answer to a question may come after its end.
 class StoredConsent final : public QObject, public ConsentService {
     Q_OBJECT
@@ -68,7 +68,7 @@ private:
     std::uint64_t lookups_ = 0;
     bool waited_ = false;
     bool withdrawn_ = false; // by a user whose no could not be stored
-    int told_;               // the answer that others know
+    int told_;               // the answer that was last told: `onChange_` is called when it changes
     QDBusServiceWatcher portalWatcher_;
     QFileSystemWatcher recordWatcher_;
     std::shared_ptr<StoredConsent*> self_; // a question's answer refers to it weakly

@@ -37,7 +37,7 @@ struct Entry {
 [[nodiscard]] std::optional<Entry> entryInReply(const QDBusMessage& reply);
 /// What the store's signal `Changed` says; none when it is about something else.
 [[nodiscard]] std::optional<Entry> entryInSignal(const QDBusMessage& signal);
-/// What came of `setPermission`; also well when there is no store. No reply came in time when there is none.
+/// What came of `setPermission`; `reply` is absent when none came in time. A success, too, when there is no store.
 [[nodiscard]] Result<void> outcomeOfSetting(const std::optional<QDBusMessage>& reply);
 
 /// The reply, when it comes in time. Runs no event loop, so that nothing else happens meanwhile, and ends in time also

@@ -5,8 +5,8 @@
 
 namespace rewindle {
 
-/// A user's wish to see a window, handed from the program in which it was uttered to the one that has the window.
-/// Without it a desktop may only let the window ask for attention.
+/// Shows the desktop that the user wants to see a window. The program in which the user acted hands it to the one that
+/// has the window. Without it a desktop may let the window ask for attention instead of bringing it to the front.
 struct ActivationToken {
     QByteArray xdgToken;  // of the xdg-activation protocol
     QByteArray startupId; // of X11 startup notification; usually ends in the time of the click

@@ -14,8 +14,8 @@
 namespace rewindle {
 
 /// Lets the desktop and a second start of the program bring the running instance to the front, as the interface
-/// org.freedesktop.Application. An instance without a window says so to a second start, which can tell its user; to a
-/// desktop, which cannot, it has nothing to say but what its handler does.
+/// org.freedesktop.Application. An instance without a window tells a second start so, which then tells the user. A
+/// desktop would not: for its requests the handler runs.
 ///
 /// Threads:   interface thread. Handlers run in a later turn of the event loop, when the caller has its answer.
 /// Lifecycle: make it before the object's name is taken on the bus; it goes with the object.

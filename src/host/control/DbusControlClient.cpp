@@ -26,7 +26,8 @@ CommandOutcome noInstance() {
     return failure(ExitCode::noInstance, "no instance is running; start one with: rewindle");
 }
 
-/// The bus answers for an instance that ended; a connection that broke was the bus ending.
+/// Whether the instance ended, in which case the bus answers for it, or the bus itself, in which case the connection
+/// broke.
 bool endedMeanwhile(const QDBusMessage& reply) {
     if (reply.type() != QDBusMessage::ErrorMessage) return false;
     const auto type = QDBusError(reply).type();
@@ -34,11 +35,11 @@ bool endedMeanwhile(const QDBusMessage& reply) {
            type == QDBusError::TimedOut;
 }
 
-/// The way out when the call was not answered as wanted; nothing when it was.
+/// The outcome of a command whose call failed; none when it succeeded.
 std::optional<CommandOutcome> failureOf(const QDBusMessage& reply) {
     if (reply.type() == QDBusMessage::ReplyMessage) return std::nullopt;
     const auto name = reply.errorName();
-    // With a service file that could start an instance but must not, the second one comes.
+    // The second comes where a service file could start an instance, which the call forbids.
     if (name == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown") ||
         name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
         return noInstance();

@@ -16,7 +16,7 @@ inline constexpr auto kControlInvalidArgumentError = "com.rewindle.Error.Invalid
 // How a second start of this program tells itself from a desktop, in the platform data of Activate.
 inline constexpr auto kCallerKey = "com.rewindle.caller";
 inline constexpr auto kCallerStarts = "start";
-inline constexpr auto kCallerLooks = "look"; // and wants nothing to happen
+inline constexpr auto kCallerLooks = "look"; // only asks who runs
 inline constexpr auto kNoWindowError = "com.rewindle.Error.NoWindow";
 
 /// The a{sv} that the Status method returns. Its keys are added to, never renamed.

@@ -115,7 +115,7 @@ Result<void> JsonDefaultsFile::setAside() {
 
 Result<void> JsonDefaultsFile::write(JsonMembers members) {
     const auto file = behindLinks(path_); // a link is somebody's way to keep the file elsewhere
-    const Path temporary = file.parent_path() / ("." + file.filename().native() + ".tmp"); // one: the lock is ours
+    const Path temporary = file.parent_path() / ("." + file.filename().native() + ".tmp"); // the lock is ours
     auto written = replaceFile(file, temporary, jsonFile(members), Durability::againstCrash);
     if (!written) return written.error();
     seenFile_.emplace(std::move(written).value());

@@ -24,8 +24,8 @@ public:
 
     explicit JsonDefaultsFile(Path path) : path_(std::move(path)) {}
 
-    /// What the file holds now; a look at its attributes when nobody changed it. Nothing when it cannot be read, and
-    /// what it held before while it holds no settings.
+    /// What the file holds now. It is read only when its attributes have changed. Empty when it cannot be read. While
+    /// it holds no settings, what it held before.
     [[nodiscard]] const JsonMembers& members();
     [[nodiscard]] bool isDamaged() const { return damaged_; }
 
@@ -48,7 +48,7 @@ private:
     JsonMembers members_;
     bool damaged_ = false;               // the file is there and is no JSON object
     int unreadable_ = 0;                 // errno of a file that is there
-    std::optional<FileHandle> seenFile_; // kept open, so that its number is given to no other file
+    std::optional<FileHandle> seenFile_; // kept open, so that no other file gets its inode number
     struct stat seen_ {};
     std::optional<Path> setAside_;
 };

@@ -31,7 +31,7 @@ JsonDefaultsStore::~JsonDefaultsStore() {
         const std::lock_guard hold(mutex_);
         ending_ = true;
     }
-    queue_.reset(); // after this nobody else is here
+    queue_.reset(); // no other thread uses this from here on
     if (busy_) flush();
     if (unsynced_) syncFile(behindLinks(path_));
 }
@@ -58,7 +58,7 @@ void JsonDefaultsStore::change(std::string_view key, std::optional<DefaultsValue
 }
 
 void JsonDefaultsStore::flush() {
-    // Who waited once in vain does not wait again before the lock was free.
+    // After one wait in vain there is no other until the lock has been free.
     const auto changed =
         file_.change([this](JsonMembers& members) { applyPending(members); }, busy_ ? 0ms : kPatience);
     busy_ = !changed && changed.error().code == EWOULDBLOCK;

@@ -51,7 +51,7 @@ private:
     mutable std::mutex mutex_; // guards all below
     mutable JsonDefaultsFile file_;
     Pending pending_;       // not in the file yet
-    bool troubled_ = false; // and the log knows
+    bool troubled_ = false; // and the log has said so
     bool busy_ = false;     // another process keeps the lock
     bool unsynced_ = false;
     bool scheduled_ = false;

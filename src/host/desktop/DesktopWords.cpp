@@ -35,7 +35,7 @@ bool isWordCharacter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || (c & 0x80) != 0;
 }
 
-/// The entry with which `rest` begins and, when `whole`, after which its word ends.
+/// The entry that `rest` begins with; when `whole`, only if the word ends there.
 template <std::size_t n>
 const Word* leading(const std::array<Word, n>& words, std::string_view rest, bool whole) {
     for (const auto& word : words) {

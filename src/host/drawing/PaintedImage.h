@@ -8,7 +8,7 @@
 
 namespace rewindle {
 
-/// The pixels that a painter paints on, for somebody who draws into them by himself: what is drawn need not be copied.
+/// The pixels that a painter paints on, to be drawn into directly: this saves a copy.
 /// The image refers to them, in the format ARGB32_Premultiplied, and is valid as long as the painter is active. Nothing
 /// where there are no such pixels in memory, or not all of `area`, which is in pixels of the painter's device. What is
 /// drawn there must be opaque.

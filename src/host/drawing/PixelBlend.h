@@ -63,7 +63,7 @@ inline FourPixels blended(FourPixels pixels, FourPixels color, FourPixels shares
     return source + scaled(pixels, inBothHalves(kFullShare - alpha - (alpha >> 7)));
 }
 
-/// The same on any number of pixels, which have `shares` in turn, over and over.
+/// The same on any number of pixels; the shares are used in turn, from the start again after the last.
 template <std::size_t Extent, std::size_t Count>
 void blend(std::span<std::uint32_t, Extent> pixels, std::uint32_t color, const FourPixels (&shares)[Count]) {
     const auto colors = fourTimes(color);

@@ -18,7 +18,7 @@ inline constexpr std::string_view kGpuProbeArgument = "--gpu-probe";
 /// gives the process's exit status. Requires: nothing of Qt was made before.
 [[nodiscard]] int runGpuProbe();
 
-/// What draws in a context as a GPU view asks for it, made here and now; none without such a context, or when it is too
+/// Makes a context as a GPU view would, and tells what draws in it; none when there is no such context, or it is too
 /// old. Requires: a QGuiApplication.
 [[nodiscard]] GpuProbeAnswer gpuOfContext(bool isES);
 

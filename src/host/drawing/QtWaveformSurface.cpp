@@ -47,13 +47,13 @@ void QtWaveformSurface::initializeGL() {
     report(core_ ? device_->rendererName() : std::string());
 }
 
-/// Without a context nothing else is called.
+/// Without a context this is the only function that Qt calls.
 void QtWaveformSurface::paintEvent(QPaintEvent* event) {
     QOpenGLWidget::paintEvent(event);
     if (!isValid()) report({});
 }
 
-/// Later: whoever is told may take this away.
+/// Tells it from the event loop: whoever is told may destroy this.
 void QtWaveformSurface::report(const std::string& rendererName) {
     if (std::exchange(rendererName_, rendererName) == rendererName) return;
     QMetaObject::invokeMethod(this, &QtWaveformSurface::tell, Qt::QueuedConnection);

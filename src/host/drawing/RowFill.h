@@ -6,12 +6,12 @@
 
 namespace rewindle {
 
-/// Fills stretches of columns of pixels with one colour per row, and what lies between them with another. It goes through
-/// the picture row by row, as memory likes it, in whatever order the stretches were added.
+/// Fills stretches of columns of pixels with one colour per row, and what lies between them with another. It goes
+/// through the picture row by row, which is how the pixels lie in memory, in whatever order the stretches were added.
 ///
 /// Units:     pixels; a block is four neighbouring columns, which begin at a multiple of four.
 /// Threads:   interface thread.
-/// Real time: nothing allocates that is no larger than before.
+/// Real time: allocates only for a picture that is larger than all before it.
 class RowFill {
 public:
     static constexpr int kColumns = 4; // of a block

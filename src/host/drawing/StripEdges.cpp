@@ -6,7 +6,7 @@
 namespace rewindle {
 namespace {
 
-constexpr double kFlat = 1e-6; // of less a slope could not be computed
+constexpr double kFlat = 1e-6; // rows; a line that rises by less has no slope that can be computed
 
 bool areFull(FourPixels shares) {
     return std::ranges::all_of(std::bit_cast<std::array<std::uint16_t, 8>>(shares),
@@ -47,11 +47,12 @@ void StripEdges::addSlope(int column, double top, double bottom, double widthPer
     const int last = static_cast<int>(bottom);
     const double width = (bottom - top) * widthPerRow;
     const bool isOneRow = first == last;
-    // A triangle in the first row and one in the last; in between, each row is covered by the same more than the one above.
+    // The line cuts a triangle off the first row and one off the last. Between them, each row is covered by the same
+    // amount more than the row above it.
     const double above = first + 1 - top;
     const double below = bottom - last;
     const double start = isOneRow ? width * (above - (bottom - top) / 2) : widthPerRow / 2 * above * above;
-    const double end = isOneRow ? 0 : widthPerRow / 2 * below * below; // is not covered
+    const double end = isOneRow ? 0 : widthPerRow / 2 * below * below; // of the last row, which is not covered
     float* count = counts(first) + column;
     const auto add = [&](double more) {
         *count += static_cast<float>(more);

@@ -10,13 +10,13 @@
 
 namespace rewindle {
 
-/// The upper and the lower edge of a filled shape: finds out how much of each pixel near them the shape covers, and draws
-/// these pixels. The edges are added piece by piece, block by block from left to right.
+/// The upper and the lower edge of a filled shape: finds out how much of each pixel near them the shape covers, and
+/// draws these pixels. The edges are added piece by piece, block by block from left to right.
 ///
 /// Units:     pixels from the top left corner of the picture; a block is four neighbouring columns of them, which begin
 ///            at a multiple of four.
 /// Threads:   interface thread.
-/// Real time: nothing allocates that is no larger than before.
+/// Real time: allocates only for a picture that is larger than all before it.
 class StripEdges {
 public:
     static constexpr int kColumns = 4;

@@ -12,7 +12,7 @@ namespace rewindle {
 class FileLock {
 public:
     /// Waits at most `patience`, then fails with EWOULDBLOCK; with another errno when there can be no such file.
-    /// Where the file system knows no locks, it is had without one.
+    /// Succeeds without a lock where the file system has none.
     [[nodiscard]] static Result<FileLock> acquire(const std::filesystem::path& file,
                                                   std::chrono::milliseconds patience);
 

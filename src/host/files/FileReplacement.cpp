@@ -72,7 +72,7 @@ Result<void> createPrivateFolders(const Path& folder) {
 Result<FileHandle> replaceFile(const Path& path, const Path& temporary, std::string_view bytes,
                                Durability durability) {
     struct stat old {};
-    // A device or a pipe under this name is somebody's way to have nothing kept.
+    // Whoever put a device or a pipe under this name wants nothing to be kept.
     if (::lstat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode) && !S_ISLNK(old.st_mode))
         return systemError(EINVAL);
     FileHandle file(

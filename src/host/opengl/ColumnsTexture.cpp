@@ -30,7 +30,7 @@ void ColumnsTexture::load(const BufferRange& minima, const BufferRange& maxima) 
 }
 
 void ColumnsTexture::reserve(int columns) {
-    constexpr int kStep = 256; // a window that is drawn larger makes no texture for each column more
+    constexpr int kStep = 256; // while a window is being enlarged, not every column more needs a new texture
     const int wanted = (columns + kStep - 1) / kStep * kStep;
     const int width = std::min(std::max(wanted, width_), gl_.maxTextureSize);
     const int height = std::max(height_, 2 * ((columns + width - 1) / width));

@@ -45,7 +45,7 @@ private:
     ColumnsTexture columns_;
 
     GpuRenderPass pass_;
-    GLuint vertexArray_ = 0; // of this pass: a context's own, and there may be several contexts
+    GLuint vertexArray_ = 0; // made for each pass: it belongs to one context, and there may be several
     const OpenGLPipeline* pipeline_ = nullptr;
     std::array<BufferRange, kVertexInputs> inputs_{};
     bool inputsChanged_ = true;

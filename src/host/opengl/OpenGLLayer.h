@@ -13,7 +13,7 @@ public:
     /// Where frames go from now on, in pixels. A size of nothing means that there is nothing to draw to.
     void setTarget(GLuint framebuffer, int width, int height) { target_ = OpenGLTarget(framebuffer, width, height); }
 
-    void configure(GpuDevice&, const GpuLayerConfiguration&) override {} // whoever made the framebuffer has
+    void configure(GpuDevice&, const GpuLayerConfiguration&) override {} // done by whoever made the framebuffer
     [[nodiscard]] Size drawableSize() const override {
         return {static_cast<double>(target_.width()), static_cast<double>(target_.height())};
     }

@@ -4,7 +4,7 @@
 
 namespace rewindle {
 
-/// For starts that say nothing about what the user wants at login.
+/// For ways to start the program that leave the entry for login as it is.
 class NoLoginItem final : public LoginItemService {
 public:
     Result<void> registerMainApp() override { return {}; }

@@ -56,7 +56,7 @@ public:
 private:
     void end(const Result<int>& outcome) {
         limit_.stop();
-        // Later: a start can fail before the caller is back.
+        // From the event loop: a start can fail before `run` has returned.
         QMetaObject::invokeMethod(
             this,
             [this, outcome] {

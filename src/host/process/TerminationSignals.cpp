@@ -48,7 +48,8 @@ TerminationSignals::TerminationSignals(std::function<void()> onFirst) : onFirst_
 void TerminationSignals::handle(int signal) {
     struct sigaction action {};
     action.sa_handler = onSignal;
-    // The second one takes its default course, on whatever thread: an ignored interrupt, too, ends the program then.
+    // A second signal does what it does by default, on whatever thread; so it ends the program even where a shell had
+    // the interrupt ignored.
     action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
     struct sigaction former {};
     if (sigaction(signal, &action, &former) == 0) former_.emplace_back(signal, former);
@@ -63,7 +64,7 @@ TerminationSignals::~TerminationSignals() {
 
 void TerminationSignals::onReadable() {
     notifier_->setEnabled(false);
-    // Another of the three, too, is a second signal.
+    // Any of the three counts as the second signal.
     for (const auto& [signal, former] : former_)
         std::signal(signal, SIG_DFL);
     if (auto onFirst = std::exchange(onFirst_, nullptr)) onFirst();

@@ -86,8 +86,8 @@ QtAnimatedWindow::Sight QtAnimatedWindow::look() {
     Sight sight{.isExposed = isShown && handle_->isExposed(), .isMiniaturized = isMiniaturized()};
     sight.isOnScreen = sight.isOcclusionVisible = sight.isExposed;
     if (!stack_) return sight;
-    // From before the look on: a window that comes back may be mapped, and have the keyboard, while its state still says
-    // that it is hidden.
+    // Watched before it is looked at: a window that comes back may be mapped, and have the keyboard, while its state
+    // still says that it is hidden.
     stack_->watch(isShown && !sight.isMiniaturized);
     view_ = isShown ? stack_->viewOf(static_cast<std::uint32_t>(handle_->winId())) : X11WindowStack::View{};
     sight.isOnScreen = sight.isExposed && view_.isOnScreen;

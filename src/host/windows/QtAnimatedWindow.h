@@ -60,7 +60,7 @@ private:
     QWidget& widget_;
     std::unique_ptr<X11WindowStack> stack_; // null elsewhere
     QPointer<QWindow> handle_;
-    QTimer soon_; // until what Qt has just heard of is done
+    QTimer soon_; // runs until Qt has carried out what it was just told
     Sight sight_;
     bool wasKey_ = false;
     X11WindowStack::View view_; // as of the last look; looked at anew whenever it may have changed

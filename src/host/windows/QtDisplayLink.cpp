@@ -70,7 +70,7 @@ void QtDisplayLink::askForFrameCallback() {
 bool QtDisplayLink::onFrameCallback() {
     if (!std::exchange(awaitsCallback_, false)) return false;
     const auto now = std::chrono::steady_clock::now();
-    // What comes at once tells of no frame: the paint has changed nothing that the compositor could show.
+    // A callback that comes at once is not about a frame: the paint has changed nothing that the compositor could show.
     const bool shown = now - lastTick_ >= period_ / 2;
     timer_.start(shown ? period_ : period_ - (now - lastTick_), period_);
     if (shown) tick();
@@ -79,7 +79,7 @@ bool QtDisplayLink::onFrameCallback() {
 
 void QtDisplayLink::tick() {
     lastTick_ = std::chrono::steady_clock::now();
-    const auto onFrame = onFrame_; // held: the link may end in it
+    const auto onFrame = onFrame_; // a copy: the call may destroy the link
     (*onFrame)();
 }
 

@@ -47,7 +47,7 @@ private:
     QMenu popUpMenu_; // the same items, shown by us
     std::unique_ptr<QSystemTrayIcon> icon_;
     bool isHostPresent_ = false;
-    bool isSupported_ = false; // by the way in which Qt draws here
+    bool isSupported_ = false; // by Qt, on this kind of display
     unsigned asked_ = 0;       // answers to earlier questions are void
 };
 

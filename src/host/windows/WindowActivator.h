@@ -6,12 +6,12 @@
 
 namespace rewindle {
 
-/// Gives windows the keyboard, with whatever the desktop wants to see for it.
+/// Gives windows the keyboard, and shows the desktop what it demands for that.
 ///
 /// Threads: interface thread.
 class WindowActivator {
 public:
-    /// The next window is shown for this wish of the user.
+    /// The token for the next window.
     void useToken(const ActivationToken& token);
     /// Puts a visible window, or the dialog that blocks it, in front of all others and gives it the keyboard.
     void activate(QWidget& window);

@@ -34,7 +34,7 @@ public:
     FrameTimingLog(const FrameTimingLog&) = delete;
     FrameTimingLog& operator=(const FrameTimingLog&) = delete;
 
-    /// Whether an event is worth the text of its detail.
+    /// Whether events are logged at all. When not, the caller need not make the text of the detail.
     [[nodiscard]] bool isEnabled() const { return !options_.file.empty(); }
     void event(std::string_view name, std::string_view detail);
 

@@ -122,7 +122,7 @@ void WindowAnimationDriver::timerFired() {
     updateConfiguration();
 }
 
-/// Held fast, a client may go away, or take others with it, during its own tick.
+/// Keeps the clients alive for the tick: during its own call one may go away, or take others with it.
 template <class Tick>
 void WindowAnimationDriver::tickClients(const Tick& tick) {
     auto clients = std::exchange(ticking_, {});

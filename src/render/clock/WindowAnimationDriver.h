@@ -39,7 +39,7 @@ public:
     [[nodiscard]] const std::optional<ClockConfiguration>& currentConfiguration() const {
         return currentConfiguration_;
     }
-    /// Whether a clock runs, for those who only want to know when it stops: no client is told.
+    /// Whether a clock runs. For those who want to know when it stops, which no client is told.
     [[nodiscard]] const Observable<bool>& isRunning() const { return isRunning_; }
     /// The rate of the running display link, for the "fps" of a tick's row in the log; none without one.
     [[nodiscard]] std::optional<double> framesPerSecond() const;

@@ -75,7 +75,7 @@ qreal NightfallButton::radius() const {
 void NightfallButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     const qreal scale = devicePixelRatioF();
-    // What stands between whole pixels, or is text, looks its best where it is painted.
+    // Text, and what does not fall on whole pixels, looks better painted in its place than copied from a picture.
     if (!text().isEmpty() || scale != std::floor(scale)) return paint(painter);
     keepPicture(scale);
     painter.drawPixmap(0, 0, picture_);

@@ -27,7 +27,7 @@ NightfallDialog* NightfallDialog::present(const NightfallTheme& theme, const Con
 NightfallDialog::NightfallDialog(const NightfallTheme& theme, const Content& content, QWidget* parent, Answer answer)
     : QDialog(parent), answer_(std::move(answer)) {
     setAttribute(Qt::WA_DeleteOnClose);
-    setWindowTitle(content.title + u" — rewindle"_s); // as some desktops would make it themselves
+    setWindowTitle(content.title + u" — rewindle"_s); // some desktops would add the name themselves
     setAccessibleName(content.title);
     setAccessibleDescription(content.text);
     fillWithSurface(*this, theme, &NightfallPalette::card);

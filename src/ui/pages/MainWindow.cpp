@@ -45,7 +45,7 @@ MainWindow::MainWindow(AppSession& session, CaptureControl& control, const Wavef
 }
 
 MainWindow::~MainWindow() {
-    // The pages listen to what goes before the widgets would.
+    // The pages listen to members that are destroyed before child widgets are.
     delete root_;
 }
 

@@ -33,8 +33,8 @@ bool WaveformKeyMonitor::eventFilter(QObject* watched, QEvent* event) {
     return isForWaveform(watched, key) && waveform_->offerKey(key, isRepeat(key));
 }
 
-/// On X11 a key that is held goes up and down again in the same instant. Qt knows it by that only when it finds both in
-/// its queue.
+/// On X11 a key that is held goes up and down again in the same instant. Qt takes that for a repetition only when both
+/// events are in its queue.
 bool WaveformKeyMonitor::isRepeat(const QKeyEvent& press) const {
     return press.isAutoRepeat() || (press.timestamp() != 0 && released_ == std::pair(press.key(), press.timestamp()));
 }
@@ -43,7 +43,7 @@ bool WaveformKeyMonitor::isForWaveform(const QObject* watched, const QKeyEvent& 
     if (!waveform_ || !waveform_->isVisible()) return false;
     if (!window_.isActiveWindow() || QApplication::activeModalWidget() || QApplication::activePopupWidget())
         return false;
-    // Who has the keyboard comes first; what it leaves goes on to those around it.
+    // Only the event to the widget with the keyboard counts: Qt sends what that does not take to its parents, too.
     const QWidget* const focused = window_.focusWidget() ? window_.focusWidget() : &window_;
     return watched == focused && !takesText(*focused) && !isPressOfButton(*focused, event);
 }

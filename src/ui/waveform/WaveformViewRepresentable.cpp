@@ -27,8 +27,8 @@ QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
 
 } // namespace
 
-/// Hands the clock's ticks to the view. What has changed by then, by a tick or by a hand that moves faster than the clock
-/// ticks, is painted once.
+/// Hands the clock's ticks to the view. All that has changed since the last tick, however many events there were, is
+/// then painted once.
 class WaveformViewRepresentable::Ticks final : public DisplayClockClient {
 public:
     explicit Ticks(WaveformViewRepresentable& owner) : owner_(owner) {}
@@ -105,7 +105,7 @@ void WaveformViewRepresentable::observe() {
     showFollowing();
 }
 
-/// Audio comes in small pieces only for those who see them come in.
+/// Audio is handed over in small pieces only while somebody can see it come in.
 void WaveformViewRepresentable::updateLive() {
     const bool isSeen = isShown_ && driver_->isRunning().get();
     if (isSeen == isLive_) return;
@@ -145,12 +145,13 @@ bool WaveformViewRepresentable::eventFilter(QObject* watched, QEvent* event) {
     return QWidget::eventFilter(watched, event);
 }
 
-// A window that is minimised hides its widgets, too. But that stops the clock by itself.
+// Widgets are also hidden, and shown, when their window is minimised and comes back: spontaneous events. The clock
+// knows about that by itself.
 
 void WaveformViewRepresentable::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (event->spontaneous()) return;
-    window()->installEventFilter(this); // once, however often
+    window()->installEventFilter(this); // installing it again changes nothing
     isShown_ = true;
     driver_->addClient(ticks_);
     updateLive();
@@ -205,7 +206,7 @@ void WaveformViewRepresentable::paintSurfaceBackdrop() {
 }
 
 void WaveformViewRepresentable::setNeedsDisplay() {
-    if (surface_) return; // it is given its pictures
+    if (surface_) return; // the view renders into it
     isPictureDue_ = isPaintDue_ = true;
     if (!isLive_) paintIfDue(); // no tick will come
 }
@@ -232,8 +233,8 @@ void WaveformViewRepresentable::paintEvent(QPaintEvent* event) {
     painter.drawImage(QPointF(pixels.topLeft()) - exact.topLeft(), picture_);
 }
 
-/// Where it cannot be drawn at its place. Only when something has changed: a tool tip that goes away, say, has the old
-/// picture shown again.
+/// For where the picture cannot be drawn in its place. It is drawn anew only when something has changed: when a tool
+/// tip goes away, say, the old one is shown again.
 void WaveformViewRepresentable::keepPicture(QSize pixels) {
     if (picture_.size() == pixels && !isPictureDue_) return;
     if (picture_.size() != pixels) picture_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);

@@ -78,7 +78,7 @@ private:
     bool isLive_ = false; // somebody sees it move
     std::optional<Point> pointer_;
     std::int64_t presses_ = 0;
-    std::optional<double> activated_; // when the window was, in seconds of uptime; none once a key was pressed
+    std::optional<double> activated_; // uptime of the window's activation, seconds; none once a key was pressed
 
     QtWaveformSurface* surface_ = nullptr; // null: this widget is drawn on itself
     QImage picture_;                       // null unless it is needed
