@@ -103,8 +103,9 @@ std::vector<Row> copyRows() {
                          return std::span(samples).subspan(static_cast<std::size_t>(first),
                                                            static_cast<std::size_t>(end - first));
                      };
-                     full->ring.copyFramesAsWriter(full->ring.oldestRetainedFrame() + first,
-                                                   full->ring.oldestRetainedFrame() + end, room(*left), room(*right));
+                     full->ring.copyFramesWithoutLock(full->ring.oldestRetainedFrame() + first,
+                                                      full->ring.oldestRetainedFrame() + end, room(*left),
+                                                      room(*right));
                  }
                  keep(left->data());
              },

@@ -2,8 +2,8 @@
 
 #include "base/Clock.h"
 #include "base/SerialQueue.h"
-#include "capture/engine/RangeCopy.h"
 #include "capture/ring/AudioRingBuffer.h"
+#include "capture/ring/RangeCopy.h"
 #include "capture/signal/CaptureSeamSoftener.h"
 #include "meter/CaptureLevelMeter.h"
 #include "platform/AudioMemory.h"

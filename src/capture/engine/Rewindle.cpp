@@ -75,7 +75,7 @@ struct CopyRequest {
 
 /// Capture queue: a piece, and the next one behind what has come in meanwhile.
 void copyOn(const CopyRequest& request) {
-    request.copy->copyPiece();
+    request.copy->copyChunk();
     if (!request.copy->isWhole()) return request.captureQueue.async([request] { copyOn(request); });
     request.replyQueue.async([request] { request.completion(request.copy->take()); });
 }

@@ -1,11 +1,13 @@
 #include "capture/ring/AudioRingBuffer.h"
 
+#include "capture/ring/RangeCopy.h"
 #include "capture/ring/RingSamples.h"
 #include "fakes/HeapAudioMemory.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <limits>
+#include <memory>
 #include <sys/mman.h>
 
 namespace rewindle::test {
@@ -72,11 +74,30 @@ TEST_F(AudioRingBufferTest, CopiesOnlyWhatIsHeldOfARangeThatGoesToTheEndsOfTheNu
     for (const auto& [start, end] : {std::pair(-kEnd, kSecond + 100), {2 * kSecond + 100, kEnd}, {kEnd, -kEnd}}) {
         SCOPED_TRACE(testing::Message() << start << " to " << end);
         EXPECT_TRUE(ring.copyFrames(start, end).left.empty());
-        EXPECT_TRUE(ring.copyFramesInChunks(start, end, 1000).right.empty());
+        EXPECT_TRUE(copyFramesInChunks(ring, start, end, 1000).right.empty());
         EXPECT_EQ(ring.peakAmplitude(start, end), 0);
     }
     EXPECT_EQ(ring.copyFrames(-kEnd, kEnd).left.size(), static_cast<std::size_t>(kSecond));
-    EXPECT_EQ(ring.copyFramesInChunks(2 * kSecond, kEnd, 0).left.size(), 100u); // in chunks of at least one frame
+    EXPECT_EQ(copyFramesInChunks(ring, 2 * kSecond, kEnd, 0).left.size(), 100u); // in chunks of at least one frame
+}
+
+TEST_F(AudioRingBufferTest, StaysAsItIsWhileSomebodyCopiesAndThenIsAsLastSet) {
+    append(100, 0.5F, 0.5F);
+    for (const bool frozen : {false, true}) {
+        auto longer = std::make_unique<AudioRingBuffer::Stillness>(ring);
+        {
+            const AudioRingBuffer::Stillness shorter(ring);
+            ring.setFrozen(frozen);
+        }
+        append(100, 1, 1);
+        ring.fadeOutTail(100);
+        EXPECT_TRUE(ring.isFrozen());
+        EXPECT_EQ(AudioRingBuffer(1, memory, ring).isFrozen(), frozen); // the copy is of this one only
+        longer.reset();
+        EXPECT_EQ(ring.isFrozen(), frozen);
+    }
+    EXPECT_EQ(ring.info(), (WaveformInfo{100, 0}));
+    EXPECT_EQ(ring.copyFrames(99, 100).left[0], 0.5F);
 }
 
 TEST_F(AudioRingBufferTest, GrowsTheColumnArraysButNeverShrinksThem) {
