@@ -36,12 +36,16 @@ protected:
 };
 
 TEST_F(WaveformViewTest, ARendererGetsTheFrameInPlaceOfAllDrawingButSnapshots) {
+    record(0.1, -0.5F);
     view->draw(context);
     EXPECT_EQ(context.envelopes, 1);
     view->setRenderer(&renderer);
     tick(60);
-    EXPECT_EQ(renderer.last.viewport, (Size{800, 200}));
-    EXPECT_EQ(renderer.last.columnCount, 402);
+    const auto& frame = renderer.last;
+    EXPECT_EQ(frame.viewport, (Size{800, 200}));
+    EXPECT_EQ(frame.columnCount, 402);
+    EXPECT_EQ(std::pair(frame.gradEnd.y, frame.gradColor1), std::pair(55.0, theme.waveformTop));
+    EXPECT_EQ(std::pair(frame.gradStart.y, frame.gradColor0), std::pair(145.0, theme.waveformBottom));
     view->draw(context);
     EXPECT_EQ(context.envelopes, 1);
     view->drawSnapshot(context);
