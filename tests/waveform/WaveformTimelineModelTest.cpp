@@ -32,7 +32,7 @@ struct Session {
     void tick(double dt) {
         if (!frozen) recorded += dt * 48'000;
         timeline.advanceTimeline(dt, head(), oldest(), capacity, frozen);
-        timeline.rearmLiveFollowIfAtEdge(hasMarks, capacity);
+        timeline.rearmLiveFollowIfAtEdge(false, capacity);
     }
     /// Ends at exactly that time, whatever the rhythm.
     void run(double seconds) {
@@ -47,7 +47,6 @@ struct Session {
     std::int64_t capacity = kCapacity;
     double recorded = 0;
     bool frozen = false;
-    bool hasMarks = false;
     int ticks = 0;
     WaveformTimelineModel timeline;
 };
@@ -136,37 +135,12 @@ TEST(WaveformTimelineModelTest, TheHeadEasesButSnapsOverMoreThanAScreenBackwards
     EXPECT_EQ(timelineStep(999, 1000), 0);
 }
 
-TEST(WaveformTimelineModelTest, FollowsAgainAtTheLiveEdgeUnlessPausedOrMarkedThere) {
-    struct Case {
-        const char* what;
-        bool paused, marks, leavesTheEdge;
-        bool followsInTheEnd;
-    };
-    const Case cases[] = {
-        {"panned away and back", false, false, true, true},
-        {"paused, panned away and back", true, false, true, false},
-        {"marked at the edge", false, true, false, false},
-        {"marked, then panned away and back", false, true, true, true},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+TEST(WaveformTimelineModelTest, FollowsWithinAThresholdOfTheLiveEdge) {
+    for (const auto& [thresholds, follows] : {std::pair(0.99, true), std::pair(1.01, false)}) {
         Session session(kRhythms[1], 40);
-        session.frozen = true; // so that the edge stands still
-        auto& timeline = session.timeline;
-        timeline.setZoom(4, 0, true, 800, kCapacity);
-        session.run(0.1);
-        timeline.followLive = false;
-        timeline.liveFollowManuallyPaused = c.paused;
-        session.hasMarks = c.marks;
-        if (c.leavesTheEdge) {
-            timeline.pan(-1.01 * timeline.liveEdgeThreshold(kCapacity), kCapacity);
-            session.run(0.5);
-            EXPECT_FALSE(timeline.followLive);
-            timeline.pan(kVisible, kCapacity);
-        }
-        session.run(0.5);
-        EXPECT_EQ(timeline.followLive, c.followsInTheEnd);
-        EXPECT_NEAR(timeline.viewStartFrame, timeline.cachedLiveMaxStart, 10);
+        session.timeline.viewStartFrameTarget -= thresholds * 0.005 * kVisible;
+        EXPECT_EQ(session.timeline.rearmLiveFollowIfAtEdge(false, kCapacity), follows);
+        EXPECT_EQ(session.timeline.followLive, follows);
     }
 }
 
