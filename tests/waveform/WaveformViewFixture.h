@@ -48,8 +48,7 @@ struct FakeAudition final : AuditionControl {
         asked = Request{ringBuffer, {start, end}, trimDb};
     }
     void stop(const std::shared_ptr<AudioRingBuffer>& ringBuffer) override {
-        EXPECT_TRUE(playing && playing->ringBuffer == ringBuffer) << "that one is not being played";
-        asked.reset();
+        if (playing && playing->ringBuffer == ringBuffer) asked.reset();
     }
     void catchUp() {
         playing = asked;
