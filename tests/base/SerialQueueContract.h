@@ -140,20 +140,17 @@ TEST_P(SerialQueueThreads, FinishesRunningWorkAtItsEndAndDropsTheRestWithWhatItH
     using namespace std::chrono_literals;
     std::atomic<bool> begun = false, ended = false;
     bool finished = false;
-    // What is given up with the work gives more work, as an object may that ends with it.
+    SerialQueue& ending = queue();
     const auto held = std::make_shared<int>(0);
-    struct Parting {
-        SerialQueue& queue;
-        std::shared_ptr<int> held;
-        ~Parting() {
-            queue.async([held = held] {});
-        }
+    // Given up with the work, it gives more work, as an object may that ends with it.
+    const auto parting = [&] {
+        return std::shared_ptr<void>(nullptr, [&ending, held](void*) { ending.async([held] {}); });
     };
     const auto give = [&] {
-        queue().asyncAfter(1h, [&, parting = std::make_shared<Parting>(queue(), held)] { FAIL(); });
-        queue().async([&, parting = std::make_shared<Parting>(queue(), held)] { EXPECT_FALSE(ended); });
+        ending.asyncAfter(1h, [end = parting()] { FAIL(); });
+        ending.async([&ended, end = parting()] { EXPECT_FALSE(ended); });
     };
-    queue().async([&] {
+    ending.async([&] {
         begun = true;
         for (int i = 0; i < 1000; ++i)
             std::this_thread::yield(); // a queue with a thread is most likely still here when it ends
