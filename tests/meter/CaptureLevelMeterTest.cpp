@@ -2,12 +2,10 @@
 
 #include "fakes/ManualClock.h"
 
-#include <atomic>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace rewindle::test {
@@ -121,30 +119,6 @@ TEST(CaptureLevelMeterScaleTest, ReadsOutSignedTenthsAndInfinityNearTheFloor) {
                                                    {0, "+0.0"}, {6.02F, "+6.0"}, {12.34F, "+12.3"}};
     for (const auto& [db, text] : cases)
         EXPECT_EQ(CaptureLevelMeter::readoutText(db), text);
-}
-
-TEST(CaptureLevelMeterThreads, NoReadingIsEverTornOrOutOfRange) {
-    const SystemClock clock;
-    CaptureLevelMeter meter(clock);
-    std::atomic<bool> done{false};
-    std::jthread captureQueue([&] {
-        std::vector<float> samples(64, 1.0F);
-        for (int i = 0; i < 20'000; ++i) {
-            samples[7] = i % 2 == 0 ? 1.5F : 0.001F;
-            meter.ingest({.frameLength = 64, .channels = {samples.data(), samples.data()}});
-        }
-        done = true;
-    });
-    for (bool last = false; !last;) {
-        last = done;
-        meter.advance(0.001);
-        for (const int channel : {0, 1}) {
-            for (const float db :
-                 {meter.displayDb(channel), meter.holdDb(channel), meter.recentLevels().displayDb[0]}) {
-                ASSERT_TRUE(db == CaptureLevelMeter::kInitialDb || (db >= -48.0F && db < 4.0F)) << db;
-            }
-        }
-    }
 }
 
 } // namespace

@@ -19,11 +19,7 @@ class RewindleThreads : public testing::Test {
 protected:
     RewindleThreads() {
         hardware.setDeliveryPace(DeliveryPace::live);
-        onInterface([&] {
-            engine.emplace(
-                RecordingDuration::oneMinute, 0.0F,
-                Rewindle::Services{hardware, captureQueue, controlQueue, mainQueue, clock, memory, log, 77});
-        });
+        onInterface([&] { makeEngine(); });
     }
     ~RewindleThreads() override {
         onInterface([&] { engine.reset(); });
@@ -31,6 +27,10 @@ protected:
         EXPECT_THAT(hardware.violations(), testing::IsEmpty());
     }
 
+    void makeEngine() {
+        engine.emplace(RecordingDuration::oneMinute, 0.0F,
+                       Rewindle::Services{hardware, captureQueue, controlQueue, mainQueue, clock, memory, log, 77});
+    }
     void onInterface(const std::function<void()>& work) { mainQueue.sync(work); }
     void startAndWait() {
         std::promise<void> runs;
@@ -125,6 +125,8 @@ TEST_F(RewindleThreads, SurvivesRouteChangesFreezesGainsAndDurationsWhileAudioIs
                 engine->setGain(static_cast<float>(round % 5), round % 2 == 0);
                 engine->setDuration(kAllRecordingDurations[round % 3]);
                 engine->levelMeter().advance(0.01);
+                EXPECT_GE(engine->levelMeter().displayDb(0), -80) << "no number";
+                EXPECT_GE(engine->levelMeter().recentLevels().displayDb[1], -80) << "no number";
                 const auto now = engine->ringBuffer().get()->info().totalFramesWritten;
                 EXPECT_GE(now, frames);
                 frames = now;
@@ -147,9 +149,7 @@ TEST_F(RewindleThreads, StartsStopsAndEndsAtAnyMoment) {
             if (round % 3) engine->start({});
             if (round % 5) return;
             engine.reset(); // with all of it under way
-            engine.emplace(
-                RecordingDuration::thirtySeconds, 0.0F,
-                Rewindle::Services{hardware, captureQueue, controlQueue, mainQueue, clock, memory, log, 77});
+            makeEngine();
         });
     }
 }

@@ -1,6 +1,5 @@
 #include "capture/ring/AudioRingBuffer.h"
 
-#include "capture/ring/RangeCopy.h"
 #include "capture/ring/RingSamples.h"
 #include "fakes/HeapAudioMemory.h"
 
@@ -69,18 +68,6 @@ TEST_F(AudioRingBufferTest, DropsWhatItCannotTakeWhole) {
     EXPECT_EQ(ring.peakAmplitude(0, kEnd), 0.5F);
 }
 
-TEST_F(AudioRingBufferTest, CopiesOnlyWhatIsHeldOfARangeThatGoesToTheEndsOfTheNumbers) {
-    append(2 * kSecond + 100, 0.5F, 0.5F);
-    for (const auto& [start, end] : {std::pair(-kEnd, kSecond + 100), {2 * kSecond + 100, kEnd}, {kEnd, -kEnd}}) {
-        SCOPED_TRACE(testing::Message() << start << " to " << end);
-        EXPECT_TRUE(ring.copyFrames(start, end).left.empty());
-        EXPECT_TRUE(copyFramesInChunks(ring, start, end, 1000).right.empty());
-        EXPECT_EQ(ring.peakAmplitude(start, end), 0);
-    }
-    EXPECT_EQ(ring.copyFrames(-kEnd, kEnd).left.size(), static_cast<std::size_t>(kSecond));
-    EXPECT_EQ(copyFramesInChunks(ring, 2 * kSecond, kEnd, 0).left.size(), 100u); // in chunks of at least one frame
-}
-
 TEST_F(AudioRingBufferTest, StaysAsItIsWhileSomebodyCopiesAndThenIsAsLastSet) {
     append(100, 0.5F, 0.5F);
     for (const bool frozen : {false, true}) {
@@ -98,20 +85,6 @@ TEST_F(AudioRingBufferTest, StaysAsItIsWhileSomebodyCopiesAndThenIsAsLastSet) {
     }
     EXPECT_EQ(ring.info(), (WaveformInfo{100, 0}));
     EXPECT_EQ(ring.copyFrames(99, 100).left[0], 0.5F);
-}
-
-TEST_F(AudioRingBufferTest, GrowsTheColumnArraysButNeverShrinksThem) {
-    append(1280, 0.5F, 0.5F);
-    std::vector<float> mins, maxs;
-    ring.readSummaryColumns(8, mins, maxs, 0, 128, 1e18);
-    ring.readSummaryColumns(3, mins, maxs, 0, 128, 0); // empty, all three
-    EXPECT_EQ(mins.size(), 8u);
-    EXPECT_EQ(mins[3], 0.5F);
-    for (const auto& [count, width] : {std::pair(0, 128.0), {-1, 128.0}, {8, 0.0}, {8, -1.0}}) {
-        const auto info = ring.readSummaryColumns(count, mins, maxs, 0, width, 1e18);
-        EXPECT_EQ(info, (WaveformInfo{1280, 0}));
-        EXPECT_EQ(maxs[7], 0.5F);
-    }
 }
 
 TEST(WaveformSummary, TurnsReadersWithoutTheLockAwayWhileItChanges) {

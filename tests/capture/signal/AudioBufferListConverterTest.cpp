@@ -130,30 +130,5 @@ TEST(AudioBufferListConverterTest, IsMadeOnlyForFloatStreamsAtWholeRatesInRange)
     EXPECT_EQ(converter->tapChannelCount, 1);
 }
 
-TEST(AudioBufferListConverterTest, YieldsNothingWhileTooFewFramesHaveComeForOneAt48000) {
-    const auto converter = AudioBufferListConverter::create(floatStream(384'000, 2));
-    int converted = 0;
-    for (int call = 0; call < 80; ++call) { // eight frames make one
-        const InputList input({1, 1}, 1);
-        converted += converter->convert(input.buffers, 1) ? 1 : 0;
-    }
-    EXPECT_EQ(converted, 10);
-}
-
-TEST(AudioBufferListConverterTest, IsNotDisturbedByWhatItsCallerDoesToTheOutput) {
-    const InputList input({2}, 441);
-    const auto touched = AudioBufferListConverter::create(floatStream(44'100, 2));
-    const auto untouched = AudioBufferListConverter::create(floatStream(44'100, 2));
-    for (int call = 0; call < 3; ++call) {
-        const auto* a = touched->convert(input.buffers, 441);
-        const auto* b = untouched->convert(input.buffers, 441);
-        for (const std::size_t channel : {0U, 1U}) {
-            const std::vector<float> was(b->channels[channel], b->channels[channel] + b->frameLength);
-            ASSERT_EQ(std::vector<float>(a->channels[channel], a->channels[channel] + a->frameLength), was);
-            std::fill_n(a->channels[channel], a->frameLength, 99.0F);
-        }
-    }
-}
-
 } // namespace
 } // namespace rewindle::test

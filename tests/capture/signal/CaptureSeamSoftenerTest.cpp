@@ -1,10 +1,10 @@
 #include "capture/signal/CaptureSeamSoftener.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
 #include <optional>
 #include <vector>
 
@@ -28,19 +28,12 @@ std::vector<float> gains(CaptureSeamSoftener& softener, std::size_t frames, std:
 TEST(CaptureSeamSoftenerTest, LeavesEveryBitAloneAtUnityGain) {
     CaptureSeamSoftener softener;
     softener.setGain(0, true);
-    const float awkward[] = {0.0F,
-                             -0.0F,
-                             1.5F,
-                             std::numeric_limits<float>::denorm_min(),
-                             std::bit_cast<float>(0x7FA0'0001U),
-                             std::numeric_limits<float>::infinity()};
-    std::vector<float> left(std::begin(awkward), std::end(awkward));
-    std::vector<float> right = left;
-    softener.process({.frameLength = 6, .channels = {left.data(), right.data()}});
-    for (std::size_t i = 0; i < left.size(); ++i) {
-        EXPECT_EQ(std::bit_cast<std::uint32_t>(left[i]), std::bit_cast<std::uint32_t>(awkward[i])) << i;
-        EXPECT_EQ(std::bit_cast<std::uint32_t>(right[i]), std::bit_cast<std::uint32_t>(awkward[i])) << i;
-    }
+    constexpr std::array<std::uint32_t, 5> kAwkward{0, 0x8000'0000, 1, 0x7FA0'0001,
+                                                    0x7F80'0000}; // 0, -0, tiny, NaN, inf
+    auto left = std::bit_cast<std::array<float, 5>>(kAwkward), right = left;
+    softener.process({.frameLength = 5, .channels = {left.data(), right.data()}});
+    EXPECT_EQ((std::bit_cast<std::array<std::uint32_t, 5>>(left)), kAwkward);
+    EXPECT_EQ((std::bit_cast<std::array<std::uint32_t, 5>>(right)), kAwkward);
 }
 
 TEST(CaptureSeamSoftenerTest, GivesEachFrameTheGainOfItsGlideTimesThatOfItsFadeWhateverTheBufferSize) {

@@ -95,23 +95,16 @@ TEST_F(CoreAudioTapCaptureTest, TakesDownWhatItMadeWhenAStepOfTheStartFails) {
     EXPECT_THAT(hardware.tapDescription().excludedProcesses, IsEmpty());
 }
 
-TEST_F(CoreAudioTapCaptureTest, ReportsTheDeviceAtTheStartAndWheneverAnotherOneTakesItsPlace) {
-    ASSERT_TRUE(start());
-    fire(AudioProperty::outputDataSource, kSpeakers);
-    queues.runFor(1s);
-    EXPECT_THAT(changedUids, ElementsAre("speakers"));
-    hardware.switchTo(kHeadphones);
-    queues.runFor(1s);
-    EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
-}
-
-TEST_F(CoreAudioTapCaptureTest, MovesToADeviceThatBecameTheDefaultBeforeThereWasAListener) {
+TEST_F(CoreAudioTapCaptureTest, MovesToADeviceThatBecameTheDefaultBeforeThereWasAListenerAndReportsEachOnce) {
     hardware.onStart = [this] { hardware.switchTo(kHeadphones); };
     ASSERT_TRUE(start());
     hardware.onStart = nullptr;
     queues.runFor(1s);
-    EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
     EXPECT_THAT(restarts(), ElementsAre("default output device changed 1"));
+    fire(AudioProperty::defaultOutputDevice); // back on the same one
+    queues.runFor(1s);
+    EXPECT_EQ(restarts().size(), 2U);
+    EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
 }
 
 TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsCapture) {
@@ -120,19 +113,11 @@ TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsC
     devicesChange();
     EXPECT_THAT(restarts(), IsEmpty());
     EXPECT_EQ(log.count("[route] hardwareDevices changed but nothing relevant moved; not restarting."), 1);
-    EXPECT_EQ(log.count("previousActiveDevice=50 currentDefault=50 defaultDeviceChanged=false "
-                        "activeDeviceDisconnected=false previousListenerDevice=50 currentListenerDevice=50 "
-                        "listenerDeviceChanged=false"),
-              1);
 
     hardware.removeDevice(kSpeakers);
     hardware.setDefaultDevice(kHeadphones);
     devicesChange();
     EXPECT_THAT(restarts(), ElementsAre("active output device disconnected 1"));
-
-    hardware.removeDevice(kDisplay);
-    devicesChange(); // on a device without data sources
-    EXPECT_EQ(restarts().size(), 1U);
 
     hardware.addDevice(kSpeakers, "speakers", true);
     hardware.setDefaultDevice(kSpeakers);
