@@ -5,7 +5,6 @@
 namespace rewindle::test {
 namespace {
 
-using namespace std::chrono_literals;
 using Outcome = AudioCaptureProbeOutcome;
 
 class AppSessionTest : public SessionFixture {
@@ -86,15 +85,6 @@ TEST_F(AppSessionTest, GainFollowsTheOutputDeviceFromItsFirstBufferOn) {
     switchTo(kSpeakers);
     EXPECT_EQ(settings.captureGainDB().get(), 3);
     EXPECT_NEAR(lastLevel(), halfAt(3), 1e-5);
-}
-
-TEST_F(AppSessionTest, CallbacksAfterItsEndDoNothing) {
-    begin();
-    hardware.switchTo(kHeadphones);
-    session->settingsManager().setRecordingDuration(RecordingDuration::tenMinutes);
-    session.reset();
-    queues.runFor(10s);
-    EXPECT_EQ(hardware.liveObjects(), 0U);
 }
 
 } // namespace

@@ -72,14 +72,9 @@ protected:
 };
 
 TEST_F(AudioCapturePermissionModelTest, LaunchTakesAFreshAnswerOnceTheUserHasBeenAsked) {
-    struct Case {
-        Outcome outcome;
-        State state;
-        bool flow;
-    };
-    for (const auto& [outcome, expected, flow] :
-         {Case{Outcome::granted, State::granted, true}, Case{Outcome::denied, State::needsSystemSettings, true},
-          Case{Outcome::noEntry, State::firstRun, false}}) {
+    for (const auto& [outcome, expected] : {std::pair(Outcome::granted, State::granted),
+                                            {Outcome::denied, State::needsSystemSettings},
+                                            {Outcome::noEntry, State::firstRun}}) {
         SCOPED_TRACE(static_cast<int>(outcome));
         make();
         model->reconcileOnLaunch(note());
@@ -89,7 +84,7 @@ TEST_F(AudioCapturePermissionModelTest, LaunchTakesAFreshAnswerOnceTheUserHasBee
         EXPECT_TRUE(children.empty());
         EXPECT_EQ(state(), expected);
         EXPECT_EQ(completions.back(), expected);
-        EXPECT_EQ(defaults.flag(kFlow), flow);
+        EXPECT_EQ(defaults.flag(kFlow), outcome != Outcome::noEntry);
     }
 }
 
@@ -116,13 +111,9 @@ TEST_F(AudioCapturePermissionModelTest, FlowCompletedUnderTheOlderKeyCountsAndMo
 }
 
 TEST_F(AudioCapturePermissionModelTest, RequestEndsWithTheUsersAnswerAndIsMadeOnce) {
-    struct Case {
-        Outcome before;
-        Outcome answer;
-        State after;
-    };
-    for (const auto& [before, answer, after] : {Case{Outcome::noEntry, Outcome::denied, State::needsSystemSettings},
-                                                Case{Outcome::denied, Outcome::granted, State::granted}}) {
+    for (const auto& [before, answer, after] :
+         {std::tuple(Outcome::noEntry, Outcome::denied, State::needsSystemSettings),
+          {Outcome::denied, Outcome::granted, State::granted}}) {
         launch(before);
         completions.clear();
         model->requestAccess(note());

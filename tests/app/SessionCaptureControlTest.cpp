@@ -108,15 +108,12 @@ TEST_F(SessionCaptureControlTest, FailedExportGivesItsReasonAndLeavesTheAudioAlo
     control->exportAll({}, takeExport());
     settle();
     play(48'000);
-    control->exportAll("/home/nobody/clips", takeExport());
     writer.failure = std::errc::no_space_on_device;
     control->exportAll({}, takeExport());
     settle();
-    ASSERT_EQ(exported.size(), 3U);
+    ASSERT_EQ(exported.size(), 2U);
     EXPECT_EQ(exported[0].error().message, "There is not enough audio to export.");
-    EXPECT_THAT(exported[1].error().message, HasSubstr("Could not write the audio file: "));
-    EXPECT_THAT(exported[2].error().message, HasSubstr("No space left on device"));
-    EXPECT_TRUE(files.files.empty());
+    EXPECT_THAT(exported[1].error().message, HasSubstr("No space left on device"));
     EXPECT_TRUE(clips.empty());
 
     writer.failure = {};
@@ -142,22 +139,18 @@ TEST_F(SessionCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
     EXPECT_EQ(log.count("Session: Capturing Device speakers (speakers)"), 1);
 }
 
-TEST_F(SessionCaptureControlTest, FreezeHoldsWhatIsThereAndIsToldAsLastAsked) {
+TEST_F(SessionCaptureControlTest, FreezeHoldsWhatIsThereAndIsTold) {
     begin();
-    play(4'800);
-    control->setFrozen(true);
-    settle();
-    const int before = changes;
-    play(4'800);
-    control->exportAll({}, takeExport());
-    EXPECT_TRUE(status().frozen);
-    EXPECT_EQ(status().totalFrames, 4'800);
-    control->exportAll({}, takeExport()); // the copy freezes on its own account
-    control->setFrozen(false);
-    EXPECT_FALSE(status().frozen);
-    play(4'800);
-    EXPECT_EQ(status().totalFrames, 9'600);
-    EXPECT_EQ(changes, before + 1);
+    for (const bool frozen : {true, false}) {
+        const auto total = status().totalFrames;
+        const int before = changes;
+        control->setFrozen(frozen);
+        settle();
+        play(4'800);
+        EXPECT_EQ(status().frozen, frozen);
+        EXPECT_EQ(status().totalFrames, total + (frozen ? 0 : 4'800));
+        EXPECT_EQ(changes, before + 1);
+    }
 }
 
 TEST_F(SessionCaptureControlTest, OutageIsToldUntilItIsOverAndBringsTheWindowForwardOnceButNoFailedFirstStart) {
@@ -204,8 +197,9 @@ TEST_F(SessionCaptureControlTest, GainIsClampedAndMustBeANumber) {
         EXPECT_EQ(status().gainDb, set);
     }
     EXPECT_FALSE(control->setGain(std::numeric_limits<double>::quiet_NaN()));
-    EXPECT_EQ(status().gainDb, -20.0F);
     play(4'800); // half of full scale
+    EXPECT_EQ(status().gainDb, -20.0F);
+    EXPECT_NEAR(status().displayDb[1], -26.02, 0.01);
     control->exportLast(0.01, {}, takeExport());
     settle();
     EXPECT_NEAR(files.files[exported.back().value()].right.back(), 0.05F, 1e-4F);

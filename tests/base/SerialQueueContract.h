@@ -99,9 +99,12 @@ TEST_P(SerialQueueThreads, DropsCancelledWorkAndOnlyThat) {
 }
 
 TEST_P(SerialQueueThreads, RunsSynchronousWorkBehindWhatCameBeforeAndDirectlyWhenAlreadyThere) {
+    EXPECT_EQ(queue().label(), "a queue");
     subject->callFromOutside([&] {
+        EXPECT_FALSE(queue().isCurrent());
         queue().async(mark(1));
         queue().sync([&] {
+            EXPECT_TRUE(queue().isCurrent());
             queue().async(mark(4));
             mark(2)();
             queue().sync(mark(3));
@@ -109,12 +112,6 @@ TEST_P(SerialQueueThreads, RunsSynchronousWorkBehindWhatCameBeforeAndDirectlyWhe
         queue().sync([] {});
     });
     EXPECT_THAT(ran, testing::ElementsAre(1, 2, 3, 4));
-}
-
-TEST_P(SerialQueueThreads, IsCurrentOnlyForItsOwnWork) {
-    subject->callFromOutside([&] { EXPECT_FALSE(queue().isCurrent()); });
-    onQueue([&] { EXPECT_TRUE(queue().isCurrent()); });
-    EXPECT_EQ(queue().label(), "a queue");
 }
 
 TEST_P(SerialQueueThreads, LosesNoWorkOfManyThreadsAndKeepsEachOnesOrder) {

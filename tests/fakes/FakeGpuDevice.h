@@ -44,7 +44,7 @@ struct FakeGpuPipeline final : GpuPipeline {
 /// What one call has drawn. The bytes of its buffers are seen as they are when somebody looks.
 struct FakeGpuDraw {
     std::string_view vertexFunction;
-    std::size_t firstVertex = 0, vertexCount = 0;
+    std::size_t vertexCount = 0;
     std::array<std::span<const std::byte>, 2> buffers;
 
     template <class Value>
@@ -68,8 +68,7 @@ public:
     void setVertexBytes(int, std::span<const std::byte>) override {}
     void setFragmentBytes(int, std::span<const std::byte>) override {}
     void setFragmentTexture(int, const GpuTexture&, const GpuSampler&) override {}
-    void draw(GpuPrimitive, std::size_t firstVertex, std::size_t vertexCount) override {
-        next_.firstVertex = firstVertex;
+    void draw(GpuPrimitive, std::size_t, std::size_t vertexCount) override {
         next_.vertexCount = vertexCount;
         draws.push_back(next_);
     }

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <future>
+#include <latch>
 #include <numeric>
 
 namespace rewindle::test {
@@ -76,6 +77,7 @@ TEST_F(RewindleThreads, LosesNoFrameToCopiesAndChangesOfDurationWhileAudioIsPlay
     startAndWait();
     std::jthread player([this] { play(1500); });
     std::vector<std::vector<float>> copies; // export queue
+    std::latch made(12);
     for (int round = 0; round < 12; ++round) {
         onInterface([&] {
             const auto duration = round % 2 ? RecordingDuration::oneMinute : RecordingDuration::thirtySeconds;
@@ -85,18 +87,13 @@ TEST_F(RewindleThreads, LosesNoFrameToCopiesAndChangesOfDurationWhileAudioIsPlay
                 exportQueue,
                 [&](const StereoSamples& samples) {
                     copies.emplace_back(samples.left.data(), samples.left.data() + samples.left.size());
+                    made.count_down();
                 });
         });
         drainAndWait();
     }
     player.join();
-    const auto made = [&] {
-        std::size_t count = 0;
-        exportQueue.sync([&] { count = copies.size(); });
-        return count;
-    };
-    while (made() < 12)
-        drainAndWait();
+    made.wait();
     for (std::size_t i = 0; i < copies.size(); ++i) {
         SCOPED_TRACE(i);
         std::vector<float> expected(copies[i].size());

