@@ -87,26 +87,5 @@ TEST_F(AudioRingBufferTest, StaysAsItIsWhileSomebodyCopiesAndThenIsAsLastSet) {
     EXPECT_EQ(ring.copyFrames(99, 100).left[0], 0.5F);
 }
 
-TEST(WaveformSummary, TurnsReadersWithoutTheLockAwayWhileItChanges) {
-    HeapAudioMemory memory;
-    WaveformSummary summary(8, memory);
-    const ColumnRequest request{1, 0, 128, 1e18};
-    float min = 0;
-    float max = 0;
-    {
-        WaveformSummary::Change change(summary);
-        EXPECT_EQ(summary.tryReadColumns(request, &min, &max), (WaveformInfo{0, 0})); // nothing is stored yet
-        const BucketValues values{-1, 1, 1};
-        change.store(0, {&values, 1});
-        EXPECT_EQ(summary.tryReadColumns(request, &min, &max), std::nullopt);
-        change.store({.committedBuckets = 1, .totalFramesWritten = 128});
-        EXPECT_EQ(summary.tryReadColumns(request, &min, &max), std::nullopt);
-        EXPECT_EQ(summary.readColumns(request, &min, &max), (WaveformInfo{128, 0}));
-        EXPECT_EQ(min, -1);
-    }
-    EXPECT_EQ(summary.tryReadColumns(request, &min, &max), (WaveformInfo{128, 0}));
-    EXPECT_EQ(max, 1);
-}
-
 } // namespace
 } // namespace rewindle::test

@@ -19,18 +19,13 @@ TEST_F(CoreAudioTapCaptureTest, StartsByTappingTheWholeMixOnTheDefaultOutputDevi
 
     const auto tapped = hardware.tapDescription();
     EXPECT_THAT(tapped.excludedProcesses, ElementsAre(kPid + 1000));
-    EXPECT_TRUE(tapped.isPrivate);
     EXPECT_THAT(tapped.uuid,
                 testing::MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}"));
 
     const auto device = hardware.aggregateDescription();
     EXPECT_EQ(device.name, "rewindle Tap");
     EXPECT_EQ(device.master, "speakers");
-    EXPECT_TRUE(device.isPrivate && device.tapAutoStart && !device.isStacked);
-    ASSERT_EQ(device.subdevices.size(), 1U);
-    EXPECT_EQ(device.subdevices[0].uid, "speakers");
     ASSERT_EQ(device.taps.size(), 1U);
-    EXPECT_TRUE(device.taps[0].drift);
     EXPECT_EQ(device.taps[0].uid, tapped.uuid);
     EXPECT_NE(device.uid, tapped.uuid);
 }
