@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace rewindle::test {
@@ -31,6 +32,23 @@ public:
 private:
     static constexpr uid_t kNobody = 65'534;
     const bool wasRoot_;
+};
+
+/// While it lives, this process may have no more than that of a resource.
+class ResourceLimit {
+public:
+    ResourceLimit(__rlimit_resource_t resource, rlim_t most) : resource_(resource) {
+        EXPECT_EQ(::getrlimit(resource, &before_), 0);
+        const rlimit limit{.rlim_cur = most, .rlim_max = before_.rlim_max};
+        EXPECT_EQ(::setrlimit(resource, &limit), 0);
+    }
+    ResourceLimit(const ResourceLimit&) = delete;
+    ResourceLimit& operator=(const ResourceLimit&) = delete;
+    ~ResourceLimit() { ::setrlimit(resource_, &before_); }
+
+private:
+    const __rlimit_resource_t resource_;
+    rlimit before_{};
 };
 
 } // namespace rewindle::test

@@ -1,8 +1,10 @@
 #include "fakes/FakeFileSystem.h"
+#include "host/HostFiles.h"
 #include "host/files/PosixFileSystem.h"
 #include "host/files/TemporaryFolder.h"
 
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -12,50 +14,32 @@ namespace {
 using Path = std::filesystem::path;
 
 /// A file system with an empty folder in it to play in.
-class Playground {
-public:
-    virtual ~Playground() = default;
-    virtual FileSystem& files() = 0;
-    [[nodiscard]] virtual Path folder() const = 0;
-    virtual void makeFile(const Path& path) = 0;
+struct Playground {
+    std::shared_ptr<FileSystem> files;
+    Path folder;
+    std::function<void(const Path&)> makeFile;
 };
 
-class FakePlayground final : public Playground {
-public:
-    FileSystem& files() override { return files_; }
-    [[nodiscard]] Path folder() const override { return "/home/user"; }
-    void makeFile(const Path& path) override { files_.files[path] = {}; }
-
-private:
-    FakeFileSystem files_;
-};
-
-class HostPlayground final : public Playground {
-public:
-    FileSystem& files() override { return files_; }
-    [[nodiscard]] Path folder() const override { return folder_.path; }
-    void makeFile(const Path& path) override { std::ofstream(path) << path; }
-
-private:
-    TemporaryFolder folder_;
-    PosixFileSystem files_{UserFolders{folder_.path, folder_.path}};
-};
-
-using MakePlayground = std::unique_ptr<Playground> (*)();
-template <class T>
-std::unique_ptr<Playground> make() {
-    return std::make_unique<T>();
+Playground fakePlayground() {
+    const auto files = std::make_shared<FakeFileSystem>();
+    return {files, "/home/user", [files](const Path& path) { files->files[path] = {}; }};
 }
 
-class FileSystemContractTest : public testing::TestWithParam<MakePlayground> {
+Playground hostPlayground() {
+    const auto folder = std::make_shared<TemporaryFolder>();
+    return {std::make_shared<PosixFileSystem>(UserFolders{folder->path, folder->path}), folder->path,
+            [folder](const Path& path) { std::ofstream(path) << path; }};
+}
+
+class FileSystemContractTest : public testing::TestWithParam<Playground (*)()> {
 protected:
-    std::unique_ptr<Playground> playground = GetParam()();
-    FileSystem& files = playground->files();
-    const Path folder = playground->folder();
+    const Playground playground = GetParam()();
+    FileSystem& files = *playground.files;
+    const Path& folder = playground.folder;
 };
 
 TEST_P(FileSystemContractTest, TellsFilesFoldersAndNothingApart) {
-    playground->makeFile(folder / "file");
+    playground.makeFile(folder / "file");
     EXPECT_TRUE(files.exists(folder / "file"));
     EXPECT_FALSE(files.isDirectory(folder / "file"));
     EXPECT_TRUE(files.isWritable(folder / "file"));
@@ -71,7 +55,7 @@ TEST_P(FileSystemContractTest, MakesFoldersWithAllAboveThemButNotThroughAFile) {
     EXPECT_TRUE(files.createDirectories(folder / "a" / "b").ok());
     EXPECT_TRUE(files.createDirectories(folder / "a" / "b").ok());
     EXPECT_TRUE(files.isDirectory(folder / "a" / "b"));
-    playground->makeFile(folder / "file");
+    playground.makeFile(folder / "file");
     for (const Path& wrong : {folder / "file", folder / "file" / "c"}) {
         const auto made = files.createDirectories(wrong);
         ASSERT_FALSE(made.ok());
@@ -80,8 +64,8 @@ TEST_P(FileSystemContractTest, MakesFoldersWithAllAboveThemButNotThroughAFile) {
 }
 
 TEST_P(FileSystemContractTest, RenamesAFileButNeverOverAnotherAndDoesNotMindToRemoveAMissingOne) {
-    playground->makeFile(folder / "a");
-    playground->makeFile(folder / "b");
+    playground.makeFile(folder / "a");
+    playground.makeFile(folder / "b");
     EXPECT_EQ(files.renameWithoutReplacing(folder / "a", folder / "b").error(), systemError(std::errc::file_exists));
     EXPECT_TRUE(files.exists(folder / "a"));
     EXPECT_TRUE(files.renameWithoutReplacing(folder / "a", folder / "c").ok());
@@ -94,14 +78,17 @@ TEST_P(FileSystemContractTest, RenamesAFileButNeverOverAnotherAndDoesNotMindToRe
     EXPECT_FALSE(files.exists(folder / "b"));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, FileSystemContractTest, testing::Values(&make<FakePlayground>, &make<HostPlayground>),
+INSTANTIATE_TEST_SUITE_P(All, FileSystemContractTest, testing::Values(&fakePlayground, &hostPlayground),
                          [](const auto& param) { return param.index == 0 ? "Fake" : "Host"; });
 
-TEST(PosixFileSystemTest, ANameIsTakenByALinkThatLeadsNowhere) {
+TEST(PosixFileSystemTest, ANameIsTakenByALinkThatLeadsNowhereAndNotEveryFolderIsWritable) {
     const TemporaryFolder folder;
+    const OrdinaryUser user(folder.path);
     const PosixFileSystem files(UserFolders{folder.path, folder.path});
     std::filesystem::create_symlink(folder.path / "nowhere", folder.path / "link");
     EXPECT_TRUE(files.exists(folder.path / "link"));
+    std::filesystem::permissions(folder.path, std::filesystem::perms::owner_read);
+    EXPECT_FALSE(files.isWritable(folder.path));
 }
 
 } // namespace

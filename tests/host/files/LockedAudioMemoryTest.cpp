@@ -1,14 +1,14 @@
 #include "host/files/LockedAudioMemory.h"
 
 #include "fakes/CapturingLogSink.h"
+#include "host/HostFiles.h"
+#include "host/files/TemporaryFolder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -24,42 +24,18 @@ std::size_t residentPages(void* block, std::size_t bytes) {
     return static_cast<std::size_t>(std::ranges::count_if(resident, [](unsigned char flags) { return flags & 1; }));
 }
 
-/// What the kernel says of the mapping that holds `address`: two letters for each property.
+/// What the kernel says of the mapping that begins at `address`: two letters for each property.
 std::string propertiesOf(const void* address) {
+    std::ostringstream start;
+    start << std::hex << reinterpret_cast<std::uintptr_t>(address) << '-';
     std::ifstream maps("/proc/self/smaps");
-    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
-    bool inside = false;
-    for (std::string line; std::getline(maps, line);) {
-        std::istringstream fields(line);
-        std::uintptr_t begin = 0;
-        std::uintptr_t end = 0;
-        char dash = 0;
-        if (fields >> std::hex >> begin >> dash >> end && dash == '-') inside = begin <= wanted && wanted < end;
-        if (inside && line.starts_with("VmFlags:")) return line + " ";
+    std::string line;
+    while (std::getline(maps, line) && !line.starts_with(start.str())) {
     }
-    return {};
+    while (std::getline(maps, line) && !line.starts_with("VmFlags:")) {
+    }
+    return line + " ";
 }
-
-/// Takes the right to lock memory away for a while, as far as the process may do that to itself.
-class NoLocking {
-public:
-    NoLocking() {
-        ::getrlimit(RLIMIT_MEMLOCK, &before_);
-        rlimit none = before_;
-        none.rlim_cur = 0;
-        ::setrlimit(RLIMIT_MEMLOCK, &none);
-        wasRoot_ = ::geteuid() == 0 && ::seteuid(65'534) == 0; // root's right knows no limit
-    }
-    NoLocking(const NoLocking&) = delete;
-    ~NoLocking() {
-        if (wasRoot_ && ::seteuid(0) != 0) std::abort();
-        ::setrlimit(RLIMIT_MEMLOCK, &before_);
-    }
-
-private:
-    rlimit before_{};
-    bool wasRoot_ = false;
-};
 
 TEST(LockedAudioMemoryTest, TakesNoMemoryBeforeItIsWrittenAndThenAPageAtATime) {
     CapturingLogSink log;
@@ -88,7 +64,9 @@ TEST(LockedAudioMemoryTest, IsLeftOutOfCoreDumpsAndLockedWhereTheLimitsAllow) {
 }
 
 TEST(LockedAudioMemoryTest, SaysOnceWhenTheLimitsForbidLockingAndWorksAllTheSame) {
-    const NoLocking limits;
+    const TemporaryFolder folder;
+    const OrdinaryUser user(folder.path); // root's right knows no limit
+    const ResourceLimit limit(RLIMIT_MEMLOCK, 0);
     const char byte = 0;
     if (::mlock(&byte, 1) == 0) GTEST_SKIP() << "this process cannot give up its right to lock memory";
     CapturingLogSink log;

@@ -1,10 +1,12 @@
 #include "host/files/SndfileWriter.h"
 
 #include "base/SystemError.h"
+#include "host/HostFiles.h"
 #include "host/files/TemporaryFolder.h"
 
 #include <bit>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -86,6 +88,17 @@ TEST_F(SndfileWriterTest, NeverWritesOverAFileAndNamesTheReasonOfEveryFailure) {
     const auto missing = writer.write(folder.path / "none" / "clip.wav", {}, left, right, {});
     ASSERT_FALSE(missing.ok());
     EXPECT_EQ(missing.error(), systemError(std::errc::no_such_file_or_directory));
+
+    std::filesystem::remove(path);
+    fill(10'000); // 80,000 bytes
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t longest : {0, 64'000}) { // as on a disk that is full, at once or in the middle
+        const ResourceLimit limit(RLIMIT_FSIZE, longest);
+        const auto full = write();
+        ASSERT_FALSE(full.ok());
+        EXPECT_EQ(full.error(), systemError(std::errc::file_too_large));
+        std::filesystem::remove(path);
+    }
 }
 
 } // namespace

