@@ -79,6 +79,10 @@ int Recorder::logCount(const std::string& part) const {
     return count;
 }
 
+std::string nodeId(const std::string& name) {
+    return "$(pw-cli ls Node | awk '/^\\tid/ { id = $2 } /\"" + name + "\"/ { print id; exit }' | tr -d ,)";
+}
+
 std::set<Path> clipsIn(const PrivateSession& session) {
     std::set<Path> found;
     std::error_code error;

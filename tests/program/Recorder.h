@@ -56,6 +56,8 @@ private:
 /// Waits until capture has gone on for half a second from now, past the fade-in of a restart that is just
 /// over.
 void waitForCapture(const Recorder& recorder);
+/// What a shell takes for the number of that node.
+[[nodiscard]] std::string nodeId(const std::string& name);
 /// The clips in the folder that they go to by default.
 [[nodiscard]] std::set<Path> clipsIn(const PrivateSession& session);
 /// Plays a sound with a stock client, from its start to its end.

@@ -50,25 +50,6 @@ TEST_P(LiveWaveformDrawnBy, ItsColumnsAreTheSoundAndASavedSelectionIsThatStretch
     const auto sound = blocks();
     EXPECT_TRUE(find(sound.part(kLead + kBlock + kRest, 2 * kBlock + kRest), clip).has_value());
     EXPECT_NEAR(static_cast<double>(clip.frames()), (to_ - from) * framesPerPixel, 1.0);
-    const double left = placeOf(clip).first - from * framesPerPixel; // the frame at the left edge
-    const auto heard = find(sound.part(kLead, kBlock), rewindle->retained());
-    ASSERT_TRUE(heard.has_value());
-    for (std::size_t block = 0; block < kLevels.size(); ++block) {
-        SCOPED_TRACE(block);
-        const double start = (static_cast<double>(*heard + block * (kBlock + kRest)) - left) / framesPerPixel;
-        const double reach = static_cast<double>(kLevels.at(block)) * 0.9 * (picture.bottom - picture.top) / 2;
-        const auto isWhole = [&](int x) {
-            const auto rows = picture.filled(x);
-            return rows.second - rows.first >= 2 * reach - 2;
-        };
-        auto [firstWhole, lastWhole] = seen[block]; // without the slopes from and to the silence
-        while (firstWhole < lastWhole && !isWhole(firstWhole))
-            ++firstWhole;
-        while (lastWhole > firstWhole && !isWhole(lastWhole))
-            --lastWhole;
-        EXPECT_NEAR(firstWhole + 0.5, start, kColumn); // the middle of the pixel
-        EXPECT_NEAR(lastWhole + 0.5, start + static_cast<double>(kBlock) / framesPerPixel, kColumn);
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(, LiveWaveformDrawnBy, testing::Values("cg", "metal"),
