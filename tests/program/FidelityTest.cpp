@@ -135,12 +135,7 @@ TEST(Fidelity, FramesCountTimeThroughSuspendAndResume) {
     const auto now = [] {
         return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
     };
-    const auto read = [&] {
-        Reading reading{now(), 0, 0};
-        reading.seconds = static_cast<double>(recorder.totalFrames()) / 48'000;
-        reading.to = now();
-        return reading;
-    };
+    const auto read = [&] { return Reading{now(), static_cast<double>(recorder.totalFrames()) / 48'000, now()}; };
     // While sound plays nothing of the axis is still to come, but for a cycle that is on its way.
     const double cycle = 2048.0 / 48'000;
     auto player = startPlaying(session, noise(3, 40));

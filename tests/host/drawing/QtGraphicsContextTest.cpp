@@ -84,17 +84,10 @@ TEST(QtGraphicsContextTest, TheGradientStandsStillWhileTheOriginMovesAndTheClipH
     EXPECT_EQ(image.pixel(19, 19), qRgb(255, 0, 0));
 }
 
-TEST(QtGraphicsContextTest, RectanglesCoverPartsOfPixelsAndLetShineThrough) {
+TEST(QtGraphicsContextTest, ALineAroundARectangleLiesOnItsEdgeAndNothingBeyondThePicture) {
     QImage image = blackImage({20, 20});
     QtGraphicsContext context;
     context.begin(image, {20, 20});
-    context.fillRect({1.5, 1, 2, 1}, kRed);
-    EXPECT_NEAR(qRed(image.pixel(1, 1)), 128, 1);
-    EXPECT_EQ(qRed(image.pixel(2, 1)), 255);
-    EXPECT_NEAR(qRed(image.pixel(3, 1)), 128, 1);
-    context.fillRect({2, 1, 1, 1}, kGreen.withAlpha(0.25));
-    EXPECT_NEAR(qRed(image.pixel(2, 1)), 191, 2);
-    EXPECT_NEAR(qGreen(image.pixel(2, 1)), 64, 2);
     context.strokeRect({5.5, 5.5, 9, 9}, 1, kGreen.withAlpha(0.5));
     for (const auto& [x, y, green] : {std::tuple{5, 5, 128},
                                       {14, 5, 128},
