@@ -27,7 +27,7 @@ check_calls() { # PROGRAM
     !NF { next }
     !(1 in bound) { reasons = index($0, ": "); allow = allow " " substr($0, 1, reasons - 1) " "; next }
     NF == 1 { if (sub(/^[0-9a-f]+ </, "") && sub(/(\(.*)?>:$/, "")) name = $0; next }
-    { sub(/^((notrack|bnd|data16|cs|ds) )+/, "", $2) }
+    { sub(/^((notrack|bnd|addr32|data16|cs|ds|rex[.WRXB]*) )+/, "", $2) }
     $2 ~ /^(syscall|sysenter|int +\$)/ { complain("asks the kernel"); next }
     $2 ~ /^(l?call|l?jmp) +\*/ { complain("calls or jumps through a pointer"); next }
     $2 ~ /^(call|j[a-z]+(,p[nt])?|loop[a-z]*|xbegin) / {

@@ -14,7 +14,7 @@ AppSession::AppSession(const Services& services)
       lastDuration_(services.durationForThisRun.value_or(settingsManager_.recordingDuration().get())),
       lastGain_(settingsManager_.captureGainDB().get()), self_(std::make_shared<AppSession*>(this)) {
     settingsManager_.overrideRecordingDuration(lastDuration_);
-    observations_.push_back(sampler_.outputDeviceUid().observe([this] { onOutputDeviceResolved(); }));
+    observations_.push_back(sampler_.outputDeviceUID().observe([this] { onOutputDeviceResolved(); }));
 }
 
 AppSession::~AppSession() = default;
@@ -50,10 +50,10 @@ void AppSession::evaluateCaptureState() {
 void AppSession::startCapture() {
     Rewindle::Callbacks callbacks;
     // On the control queue: the session is not touched, only the store, which outlives it.
-    callbacks.captureGainDbForOutputDeviceUid = [&defaults = defaults_](const std::string& uid) {
+    callbacks.captureGainDBForOutputDeviceUID = [&defaults = defaults_](const std::string& uid) {
         return SettingsManager::persistedCaptureGainDB(defaults, uid);
     };
-    callbacks.onOutputDeviceUidChanged = [weak = std::weak_ptr(self_)](const std::string& uid) {
+    callbacks.onOutputDeviceUIDChanged = [weak = std::weak_ptr(self_)](const std::string& uid) {
         if (const auto self = weak.lock()) (*self)->onOutputDeviceChanged(uid);
     };
     callbacks.onCaptureStartFailed = [weak = std::weak_ptr(self_)](const CoreAudioTapCaptureError& error) {
@@ -92,7 +92,7 @@ void AppSession::onOutputDeviceChanged(const std::string& uid) {
 }
 
 void AppSession::onOutputDeviceResolved() {
-    if (!sampler_.outputDeviceUid().get().empty()) forgetOutage();
+    if (!sampler_.outputDeviceUID().get().empty()) forgetOutage();
 }
 
 void AppSession::forgetOutage() {

@@ -20,14 +20,14 @@ struct CaptureStatus {
     bool running = false; // capture runs on an output device
     bool frozen = false;
     AudioCaptureAccessState access = AudioCaptureAccessState::granted; // the user's consent
-    std::string deviceUid;         // of the output device that is captured; empty while there is none
+    std::string deviceUID;         // of the output device that is captured; empty while there is none
     std::string deviceDescription; // what people call it
     int durationSeconds = 0;
     double retainedSeconds = 0;
     std::int64_t totalFrames = 0;
-    float gainDb = 0;
-    std::array<float, 2> displayDb{}; // left, right
-    std::array<float, 2> holdDb{};
+    float gainDB = 0;
+    std::array<float, 2> displayDB{}; // left, right
+    std::array<float, 2> holdDB{};
     CaptureTroubles troubles;
     std::string lastError; // empty while all is well
 };
@@ -51,7 +51,7 @@ public:
     /// Fails when `seconds` is none of the seven durations. Replies when the retained audio has been moved.
     virtual void setDuration(int seconds, std::function<void(Result<void>)> reply) = 0;
     /// Clamped to -20 ... +20 dB; fails when it is not a number.
-    virtual Result<void> setGain(double gainDb) = 0;
+    virtual Result<void> setGain(double gainDB) = 0;
     virtual void quit() = 0;
 
     // Told to whoever carries the requests; set before the first of them.

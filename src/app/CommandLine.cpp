@@ -123,9 +123,9 @@ CommandLine parseDuration(Arguments arguments) {
 CommandLine parseGain(Arguments arguments) {
     // A negative number looks like an option and is none.
     if (arguments.size() != 1) return usage("gain needs a number of decibels, -20 to 20");
-    const auto gainDb = parseFinite(arguments[0]);
-    if (!gainDb) return usage("gain needs a number of decibels, -20 to 20, not " + quoted(arguments[0]));
-    return control(GainCommand{*gainDb});
+    const auto gainDB = parseFinite(arguments[0]);
+    if (!gainDB) return usage("gain needs a number of decibels, -20 to 20, not " + quoted(arguments[0]));
+    return control(GainCommand{*gainDB});
 }
 
 CommandLine parseHeadless(Arguments arguments) {

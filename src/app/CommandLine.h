@@ -41,7 +41,7 @@ struct DurationCommand {
     friend bool operator==(const DurationCommand&, const DurationCommand&) = default;
 };
 struct GainCommand {
-    double gainDb = 0; // any finite number; the running instance clamps it
+    double gainDB = 0; // any finite number; the running instance clamps it
     friend bool operator==(const GainCommand&, const GainCommand&) = default;
 };
 struct QuitCommand {

@@ -35,8 +35,8 @@ std::string describeDevice(AudioHardware& hardware, const std::string& uid) {
     const auto devices = hardware.devices();
     if (!devices) return {};
     for (const auto device : devices.value()) {
-        const auto itsUid = hardware.deviceUid(device);
-        if (!itsUid || itsUid.value() != uid) continue;
+        const auto itsUID = hardware.deviceUID(device);
+        if (!itsUID || itsUID.value() != uid) continue;
         const auto description = hardware.deviceDescription(device);
         return description ? description.value() : std::string();
     }
@@ -50,7 +50,7 @@ SessionCaptureControl::SessionCaptureControl(const Services& services, std::func
       self_(std::make_shared<SessionCaptureControl*>(this)) {
     const auto tell = [this] { tellStateChanged(); };
     auto& session = services_.session;
-    observations_.push_back(sampler().outputDeviceUid().observe([this] { onOutputDeviceChanged(); }));
+    observations_.push_back(sampler().outputDeviceUID().observe([this] { onOutputDeviceChanged(); }));
     observations_.push_back(sampler().isFrozen().observe(tell));
     observations_.push_back(sampler().ringBufferRevision().observe(tell));
     observations_.push_back(session.settingsManager().captureGainDB().observe(tell));
@@ -150,18 +150,18 @@ CaptureStatus SessionCaptureControl::status() {
     const auto held = ring->info();
     const auto levels = meter_.read();
     CaptureStatus status;
-    status.running = sampler().isRunning().get() && !deviceUid_.empty();
+    status.running = sampler().isRunning().get() && !deviceUID_.empty();
     status.frozen = sampler().isFrozen().get();
     status.access = session.permission().state().get();
-    status.deviceUid = deviceUid_;
+    status.deviceUID = deviceUID_;
     status.deviceDescription = deviceDescription_;
     status.durationSeconds = static_cast<int>(ring->durationSeconds);
     status.retainedSeconds = static_cast<double>(held.totalFramesWritten - held.oldestFrame) /
                              static_cast<double>(AudioRingBuffer::kFramesPerSecond);
     status.totalFrames = held.totalFramesWritten;
-    status.gainDb = session.settingsManager().captureGainDB().get();
-    status.displayDb = levels.displayDb;
-    status.holdDb = levels.holdDb;
+    status.gainDB = session.settingsManager().captureGainDB().get();
+    status.displayDB = levels.displayDB;
+    status.holdDB = levels.holdDB;
     status.troubles = services_.hardware.troubles();
     status.lastError = session.captureErrorMessage().get().value_or("");
     return status;
@@ -174,9 +174,9 @@ void SessionCaptureControl::setDuration(int seconds, std::function<void(Result<v
     services_.session.whenDurationIsApplied([reply = std::move(reply)] { reply({}); });
 }
 
-Result<void> SessionCaptureControl::setGain(double gainDb) {
-    if (!std::isfinite(gainDb)) return Error{0, "A gain is a number of decibels, -20 to 20."};
-    services_.session.settingsManager().setCaptureGainDB(CaptureGain::clamped(gainDb));
+Result<void> SessionCaptureControl::setGain(double gainDB) {
+    if (!std::isfinite(gainDB)) return Error{0, "A gain is a number of decibels, -20 to 20."};
+    services_.session.settingsManager().setCaptureGainDB(CaptureGain::clamped(gainDB));
     return {};
 }
 
@@ -185,8 +185,8 @@ void SessionCaptureControl::quit() {
 }
 
 void SessionCaptureControl::onOutputDeviceChanged() {
-    const auto& uid = sampler().outputDeviceUid().get();
-    deviceUid_ = uid;
+    const auto& uid = sampler().outputDeviceUID().get();
+    deviceUID_ = uid;
     deviceDescription_.clear();
     if (uid.empty()) {
         if (!onShutDown_)
@@ -207,7 +207,7 @@ void SessionCaptureControl::requestDeviceDescription(const std::string& uid) {
 }
 
 void SessionCaptureControl::onDeviceDescription(const std::string& uid, const std::string& description) {
-    if (uid != deviceUid_) return; // another device has come meanwhile
+    if (uid != deviceUID_) return; // another device has come meanwhile
     deviceDescription_ = description;
     services_.log.info("Capturing " + (description.empty() ? uid : description + " (" + uid + ")"));
     tellStateChanged();

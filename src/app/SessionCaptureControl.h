@@ -42,7 +42,7 @@ public:
     void setFrozen(bool frozen) override;
     void requestStatus(std::function<void(const CaptureStatus&)> reply) override;
     void setDuration(int seconds, std::function<void(Result<void>)> reply) override;
-    Result<void> setGain(double gainDb) override;
+    Result<void> setGain(double gainDB) override;
     void quit() override;
 
 private:
@@ -61,8 +61,8 @@ private:
     Services services_;
     std::function<void()> onQuit_;
     LevelMeterReader meter_;
-    std::string deviceUid_;
-    std::string deviceDescription_; // of `deviceUid_`; empty until it is known
+    std::string deviceUID_;
+    std::string deviceDescription_; // of `deviceUID_`; empty until it is known
     int exportsUnderWay_ = 0;
     bool captureStopped_ = false;
     std::function<void()> onShutDown_; // set once shutting down

@@ -18,11 +18,11 @@ bool isControl(char c) {
 
 /// A meter's reading, in letters that every terminal has.
 std::string levelText(float db) {
-    return (db <= CaptureLevelMeter::kSilentReadoutDb ? "-inf" : signedDecimalText(db, 1)) + " dB";
+    return (db <= CaptureLevelMeter::kSilentReadoutDB ? "-inf" : signedDecimalText(db, 1)) + " dB";
 }
 
 std::string deviceName(const CaptureStatus& status) {
-    return oneLine(status.deviceDescription.empty() ? status.deviceUid : status.deviceDescription);
+    return oneLine(status.deviceDescription.empty() ? status.deviceUID : status.deviceDescription);
 }
 
 std::string stateLine(const CaptureStatus& status) {
@@ -102,9 +102,9 @@ std::string statusText(const CaptureStatus& status) {
     text += "Only what goes to the default output is captured.\n";
     text += "Holds    " + decimalText(status.retainedSeconds, 1) + " s of at most " +
             std::to_string(status.durationSeconds) + " s\n";
-    text += "Level    left " + levelText(status.displayDb[0]) + " (peak " + levelText(status.holdDb[0]) +
-            "), right " + levelText(status.displayDb[1]) + " (peak " + levelText(status.holdDb[1]) + ")\n";
-    text += "Gain     " + CaptureGain::label(status.gainDb) + "\n";
+    text += "Level    left " + levelText(status.displayDB[0]) + " (peak " + levelText(status.holdDB[0]) +
+            "), right " + levelText(status.displayDB[1]) + " (peak " + levelText(status.holdDB[1]) + ")\n";
+    text += "Gain     " + CaptureGain::label(status.gainDB) + "\n";
     text += "Trouble  " + troublesLine(status.troubles) + "\n";
     if (!status.lastError.empty()) text += "Error    " + oneLine(status.lastError) + "\n";
     return text;
@@ -115,16 +115,16 @@ std::string statusJson(const CaptureStatus& status) {
     json.add("running", status.running);
     json.add("frozen", status.frozen);
     json.add("captured_outputs", jsonString("default"));
-    json.add("device_uid", jsonString(status.deviceUid));
+    json.add("device_uid", jsonString(status.deviceUID));
     json.add("device_description", jsonString(status.deviceDescription));
     json.add("duration_seconds", std::to_string(status.durationSeconds));
     json.add("retained_seconds", jsonNumber(status.retainedSeconds));
     json.add("total_frames", std::to_string(status.totalFrames));
-    json.add("gain_db", jsonNumber(status.gainDb));
-    json.add("left_display_db", jsonNumber(status.displayDb[0]));
-    json.add("right_display_db", jsonNumber(status.displayDb[1]));
-    json.add("left_hold_db", jsonNumber(status.holdDb[0]));
-    json.add("right_hold_db", jsonNumber(status.holdDb[1]));
+    json.add("gain_db", jsonNumber(status.gainDB));
+    json.add("left_display_db", jsonNumber(status.displayDB[0]));
+    json.add("right_display_db", jsonNumber(status.displayDB[1]));
+    json.add("left_hold_db", jsonNumber(status.holdDB[0]));
+    json.add("right_hold_db", jsonNumber(status.holdDB[1]));
     json.add("gaps", std::to_string(status.troubles.gaps));
     json.add("gap_frames", std::to_string(status.troubles.gapFrames));
     json.add("overruns", std::to_string(status.troubles.overruns));

@@ -9,7 +9,7 @@ namespace rewindle::CaptureGain {
 namespace {
 
 constexpr float kLowestFactor = 0.1F;
-constexpr float kLabelledAsZeroDb = 0.05F; // anything nearer to 0 would read "+0.0" or "-0.0"
+constexpr float kLabelledAsZeroDB = 0.05F; // anything nearer to 0 would read "+0.0" or "-0.0"
 
 float factorFor(float db) noexcept {
     return std::pow(10.0F, db / 20.0F);
@@ -18,13 +18,13 @@ float factorFor(float db) noexcept {
 } // namespace
 
 float clamped(double db) noexcept {
-    return std::isnan(db) ? 0 : static_cast<float>(std::clamp<double>(db, kMinimumDb, kMaximumDb));
+    return std::isnan(db) ? 0 : static_cast<float>(std::clamp<double>(db, kMinimumDB, kMaximumDB));
 }
 
 float linearFactor(float db) noexcept {
     // A case of its own: the power need not come out as exactly the float nearest to a tenth.
-    if (db <= kMinimumDb) return kLowestFactor;
-    return factorFor(std::min(db, kMaximumDb));
+    if (db <= kMinimumDB) return kLowestFactor;
+    return factorFor(std::min(db, kMaximumDB));
 }
 
 void apply(const AudioPCMBuffer& buffer, float db) noexcept {
@@ -48,7 +48,7 @@ void scale(float* samples, std::int64_t frames, float factor) noexcept {
 
 std::string label(float db) {
     const float limited = clamped(db);
-    return std::abs(limited) < kLabelledAsZeroDb ? "0 dB" : signedDecimalText(limited, 1) + " dB";
+    return std::abs(limited) < kLabelledAsZeroDB ? "0 dB" : signedDecimalText(limited, 1) + " dB";
 }
 
 } // namespace rewindle::CaptureGain

@@ -11,8 +11,8 @@
 /// Threads: any; nothing is kept.
 namespace rewindle::CaptureGain {
 
-constexpr float kMinimumDb = -20.0F;
-constexpr float kMaximumDb = 20.0F;
+constexpr float kMinimumDB = -20.0F;
+constexpr float kMaximumDB = 20.0F;
 
 /// Within the limits; 0 for what is no number.
 [[nodiscard]] float clamped(double db) noexcept REWINDLE_NONBLOCKING;

@@ -13,7 +13,7 @@ namespace {
 namespace simd = std::experimental;
 using Words = simd::native_simd<std::uint32_t>;
 
-constexpr float kSnapDb = 0.05F; // so near to the floor a falling level has arrived
+constexpr float kSnapDB = 0.05F; // so near to the floor a falling level has arrived
 
 std::uint32_t magnitudeBits(float sample) noexcept {
     return std::bit_cast<std::uint32_t>(sample) & 0x7FFF'FFFF;
@@ -59,23 +59,23 @@ float peakOf(const float* samples, std::int64_t frames) noexcept {
 }
 
 float decibels(float peak) noexcept {
-    return peak > 0.0F ? 20.0F * std::log10(peak) : CaptureLevelMeter::kFloorDb;
+    return peak > 0.0F ? 20.0F * std::log10(peak) : CaptureLevelMeter::kFloorDB;
 }
 
 } // namespace
 
 void CaptureLevelMeter::ingest(const AudioPCMBuffer& buffer) noexcept {
     if (!buffer.isWorkingFormat()) return;
-    const float leftDb = decibels(peakOf(buffer.channels[0], buffer.frameLength));
-    const float rightDb = decibels(peakOf(buffer.channels[1], buffer.frameLength));
+    const float leftDB = decibels(peakOf(buffer.channels[0], buffer.frameLength));
+    const float rightDB = decibels(peakOf(buffer.channels[1], buffer.frameLength));
     const double now = clock_.uptimeSeconds();
-    raise(left_, leftDb, now);
-    raise(right_, rightDb, now);
+    raise(left_, leftDB, now);
+    raise(right_, rightDB, now);
     const Fall sincePrevious(now - load(newestUptimeBits_));
     fall(recentLeft_, sincePrevious, now);
     fall(recentRight_, sincePrevious, now);
-    raise(recentLeft_, leftDb, now);
-    raise(recentRight_, rightDb, now);
+    raise(recentLeft_, leftDB, now);
+    raise(recentRight_, rightDB, now);
     store(newestUptimeBits_, now);
 }
 
@@ -96,9 +96,9 @@ void CaptureLevelMeter::raise(ChannelState& channel, float db, double now) noexc
 }
 
 void CaptureLevelMeter::fall(ChannelState& channel, const Fall& fall, double now) noexcept {
-    store(channel.displayPeakBits, fall.releasedDb(load(channel.displayPeakBits)));
+    store(channel.displayPeakBits, fall.releasedDB(load(channel.displayPeakBits)));
     if (now >= load(channel.holdExpiryUptimeBits)) {
-        store(channel.holdPeakBits, fall.fallenHoldDb(load(channel.holdPeakBits)));
+        store(channel.holdPeakBits, fall.fallenHoldDB(load(channel.holdPeakBits)));
     }
 }
 
@@ -108,39 +108,39 @@ MeterLevels CaptureLevelMeter::recentLevels() const noexcept {
     MeterLevels levels;
     for (std::size_t i = 0; i < 2; ++i) {
         const ChannelState& channel = i == 0 ? recentLeft_ : recentRight_;
-        const float holdDb = load(channel.holdPeakBits);
+        const float holdDB = load(channel.holdPeakBits);
         const bool isHeld = now < load(channel.holdExpiryUptimeBits);
-        levels.displayDb[i] = sinceNewest.releasedDb(load(channel.displayPeakBits));
-        levels.holdDb[i] = isHeld ? holdDb : sinceNewest.fallenHoldDb(holdDb);
+        levels.displayDB[i] = sinceNewest.releasedDB(load(channel.displayPeakBits));
+        levels.holdDB[i] = isHeld ? holdDB : sinceNewest.fallenHoldDB(holdDB);
     }
     return levels;
 }
 
-float CaptureLevelMeter::peakHoldDb() const noexcept {
-    return std::max(holdDb(0), holdDb(1));
+float CaptureLevelMeter::peakHoldDB() const noexcept {
+    return std::max(holdDB(0), holdDB(1));
 }
 
 CaptureLevelMeter::Fall::Fall(double seconds) noexcept
     : displayFactor(static_cast<float>(std::exp(-seconds / kReleaseTimeConstant))),
-      holdDb(static_cast<float>(kHoldFallDbPerSecond * seconds)) {}
+      holdDB(static_cast<float>(kHoldFallDBPerSecond * seconds)) {}
 
-float CaptureLevelMeter::Fall::releasedDb(float db) const noexcept {
-    if (db <= kFloorDb) return db;
-    const float aboveFloor = displayFactor * (db - kFloorDb);
-    return aboveFloor < kSnapDb ? kFloorDb : aboveFloor + kFloorDb;
+float CaptureLevelMeter::Fall::releasedDB(float db) const noexcept {
+    if (db <= kFloorDB) return db;
+    const float aboveFloor = displayFactor * (db - kFloorDB);
+    return aboveFloor < kSnapDB ? kFloorDB : aboveFloor + kFloorDB;
 }
 
-float CaptureLevelMeter::Fall::fallenHoldDb(float db) const noexcept {
-    return db <= kFloorDb ? db : std::max(db - holdDb, kFloorDb);
+float CaptureLevelMeter::Fall::fallenHoldDB(float db) const noexcept {
+    return db <= kFloorDB ? db : std::max(db - holdDB, kFloorDB);
 }
 
 double CaptureLevelMeter::fraction(float db) noexcept {
-    if (db <= kFloorDb) return 0.0;
-    return static_cast<double>(std::min(db, kCeilingDb) - kFloorDb) / static_cast<double>(kCeilingDb - kFloorDb);
+    if (db <= kFloorDB) return 0.0;
+    return static_cast<double>(std::min(db, kCeilingDB) - kFloorDB) / static_cast<double>(kCeilingDB - kFloorDB);
 }
 
 std::string CaptureLevelMeter::readoutText(float db) {
-    if (db <= kSilentReadoutDb) return "\u2212\u221E";
+    if (db <= kSilentReadoutDB) return "\u2212\u221E";
     return signedDecimalText(db, 1);
 }
 

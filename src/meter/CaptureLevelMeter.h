@@ -13,8 +13,8 @@ namespace rewindle {
 
 /// Both channels' readings at one moment: left, right.
 struct MeterLevels {
-    std::array<float, 2> displayDb{};
-    std::array<float, 2> holdDb{};
+    std::array<float, 2> displayDB{};
+    std::array<float, 2> holdDB{};
 };
 
 /// Turns the captured audio into two readings per channel: a level that jumps up and falls back smoothly, and the
@@ -27,13 +27,13 @@ struct MeterLevels {
 /// Real time: `ingest` is wait-free and allocation-free.
 class CaptureLevelMeter {
 public:
-    static constexpr float kFloorDb = -48.0F;         // silence; the bottom of the scale
-    static constexpr float kCeilingDb = 12.0F;        // captured float audio can exceed full scale
-    static constexpr float kSilentReadoutDb = -47.5F; // at or below it there is no number worth reading
-    static constexpr float kInitialDb = -80.0F;       // below the floor, where nothing falls: no audio has come yet
+    static constexpr float kFloorDB = -48.0F;         // silence; the bottom of the scale
+    static constexpr float kCeilingDB = 12.0F;        // captured float audio can exceed full scale
+    static constexpr float kSilentReadoutDB = -47.5F; // at or below it there is no number worth reading
+    static constexpr float kInitialDB = -80.0F;       // below the floor, where nothing falls: no audio has come yet
     static constexpr double kReleaseTimeConstant = 0.3;
     static constexpr double kHoldDuration = 1.5;
-    static constexpr double kHoldFallDbPerSecond = 20.0;
+    static constexpr double kHoldFallDBPerSecond = 20.0;
 
     explicit CaptureLevelMeter(const Clock& clock) : clock_(clock) {}
 
@@ -47,10 +47,10 @@ public:
     void advance(double seconds) noexcept;
 
     // Any thread; channel 0 is left, any other right
-    [[nodiscard]] float displayDb(int channel) const noexcept { return load(state(channel).displayPeakBits); }
-    [[nodiscard]] float holdDb(int channel) const noexcept { return load(state(channel).holdPeakBits); }
+    [[nodiscard]] float displayDB(int channel) const noexcept { return load(state(channel).displayPeakBits); }
+    [[nodiscard]] float holdDB(int channel) const noexcept { return load(state(channel).holdPeakBits); }
     /// The larger of both channels' held peaks.
-    [[nodiscard]] float peakHoldDb() const noexcept;
+    [[nodiscard]] float peakHoldDB() const noexcept;
     /// What the readings would be now had `advance` been called all the time. For readers who come so rarely
     /// that one long fall would take away the audio that is playing.
     [[nodiscard]] MeterLevels recentLevels() const noexcept;
@@ -63,8 +63,8 @@ public:
 private:
     /// Bit patterns of floats and doubles, each read and written as a whole word.
     struct ChannelState {
-        std::atomic<std::uint32_t> displayPeakBits{std::bit_cast<std::uint32_t>(kInitialDb)};
-        std::atomic<std::uint32_t> holdPeakBits{std::bit_cast<std::uint32_t>(kInitialDb)};
+        std::atomic<std::uint32_t> displayPeakBits{std::bit_cast<std::uint32_t>(kInitialDB)};
+        std::atomic<std::uint32_t> holdPeakBits{std::bit_cast<std::uint32_t>(kInitialDB)};
         std::atomic<std::uint64_t> holdExpiryUptimeBits{std::bit_cast<std::uint64_t>(0.0)};
     };
     static float load(const std::atomic<std::uint32_t>& bits) noexcept {
@@ -82,10 +82,10 @@ private:
     /// What some time does to the levels.
     struct Fall {
         explicit Fall(double seconds) noexcept;
-        [[nodiscard]] float releasedDb(float db) const noexcept;
-        [[nodiscard]] float fallenHoldDb(float db) const noexcept;
+        [[nodiscard]] float releasedDB(float db) const noexcept;
+        [[nodiscard]] float fallenHoldDB(float db) const noexcept;
         float displayFactor; // exponential in dB above the floor
-        float holdDb;        // linear
+        float holdDB;        // linear
     };
     static void raise(ChannelState& channel, float db, double now) noexcept;
     static void fall(ChannelState& channel, const Fall& fall, double now) noexcept;

@@ -18,8 +18,8 @@ MeterLevels LevelMeterReader::read() {
     MeterLevels levels = meter_.recentLevels();
     for (std::size_t i = 0; i < 2; ++i) {
         const int channel = static_cast<int>(i);
-        levels.displayDb[i] = std::max(levels.displayDb[i], meter_.displayDb(channel));
-        levels.holdDb[i] = std::max(levels.holdDb[i], meter_.holdDb(channel));
+        levels.displayDB[i] = std::max(levels.displayDB[i], meter_.displayDB(channel));
+        levels.holdDB[i] = std::max(levels.holdDB[i], meter_.holdDB(channel));
     }
     return levels;
 }

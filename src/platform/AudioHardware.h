@@ -98,7 +98,7 @@ public:
 
     virtual AudioResult<AudioObjectID> defaultOutputDevice() = 0;
     virtual AudioResult<std::vector<AudioObjectID>> devices() = 0;
-    virtual AudioResult<std::string> deviceUid(AudioObjectID device) = 0;
+    virtual AudioResult<std::string> deviceUID(AudioObjectID device) = 0;
     /// What people call the device.
     virtual AudioResult<std::string> deviceDescription(AudioObjectID device) = 0;
     virtual bool hasDataSource(AudioObjectID device) = 0;

@@ -20,7 +20,7 @@ public:
     [[nodiscard]] virtual std::optional<double> currentPlaybackFrame() const = 0;
     /// Plays [startFrame, endFrame), in place of what may be playing.
     virtual void play(const std::shared_ptr<AudioRingBuffer>& ringBuffer, std::int64_t startFrame,
-                      std::int64_t endFrame, float trimDb) = 0;
+                      std::int64_t endFrame, float trimDB) = 0;
     virtual void stop(const std::shared_ptr<AudioRingBuffer>& ringBuffer) = 0;
 };
 

@@ -8,7 +8,7 @@ namespace rewindle {
 namespace {
 
 constexpr double kKeyboardNudgePoints = 4;
-constexpr float kAuditionTrimDb = 0;
+constexpr float kAuditionTrimDB = 0;
 
 } // namespace
 
@@ -238,7 +238,7 @@ bool WaveformEditor::toggleAudition() {
     const auto range = auditionRange();
     if (!range || static_cast<double>(range->end - range->first) < minSelectionFrames) return false;
     auditionCursor_.suppressAuditionViewportFollow = false;
-    services_.audition.play(ringBuffer_, range->first, range->end, kAuditionTrimDb);
+    services_.audition.play(ringBuffer_, range->first, range->end, kAuditionTrimDB);
     return true;
 }
 

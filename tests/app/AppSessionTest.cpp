@@ -15,7 +15,7 @@ protected:
         settle();
         return session->sampler().ringBuffer().get()->info().totalFramesWritten;
     }
-    static float halfAt(float gainDb) { return 0.5F * std::pow(10.0F, gainDb / 20); }
+    static float halfAt(float gainDB) { return 0.5F * std::pow(10.0F, gainDB / 20); }
 };
 
 TEST_F(AppSessionTest, CapturesExactlyWhileAccessIsGrantedAndKeepsWhatItHas) {

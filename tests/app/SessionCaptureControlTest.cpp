@@ -128,13 +128,13 @@ TEST_F(SessionCaptureControlTest, StatusTellsWhatIsHeldAndHeardNow) {
     play(24'000);
     const auto now = status();
     EXPECT_TRUE(now.running);
-    EXPECT_EQ(now.deviceUid, "speakers");
+    EXPECT_EQ(now.deviceUID, "speakers");
     EXPECT_EQ(now.deviceDescription, "Device speakers");
     EXPECT_EQ(now.durationSeconds, 30);
     EXPECT_EQ(now.retainedSeconds, 0.5);
     EXPECT_EQ(now.totalFrames, 24'000);
-    EXPECT_NEAR(now.displayDb[1], -6.02, 0.01);
-    EXPECT_NEAR(now.holdDb[1], -6.02, 0.01);
+    EXPECT_NEAR(now.displayDB[1], -6.02, 0.01);
+    EXPECT_NEAR(now.holdDB[1], -6.02, 0.01);
     EXPECT_EQ(now.lastError, "");
     EXPECT_EQ(log.count("Session: Capturing Device speakers (speakers)"), 1);
 }
@@ -194,12 +194,12 @@ TEST_F(SessionCaptureControlTest, GainIsClampedAndMustBeANumber) {
     begin();
     for (const auto& [asked, set] : {std::pair(-6.0, -6.0F), std::pair(99.0, 20.0F), std::pair(-1e30, -20.0F)}) {
         EXPECT_TRUE(control->setGain(asked));
-        EXPECT_EQ(status().gainDb, set);
+        EXPECT_EQ(status().gainDB, set);
     }
     EXPECT_FALSE(control->setGain(std::numeric_limits<double>::quiet_NaN()));
     play(4'800); // half of full scale
-    EXPECT_EQ(status().gainDb, -20.0F);
-    EXPECT_NEAR(status().displayDb[1], -26.02, 0.01);
+    EXPECT_EQ(status().gainDB, -20.0F);
+    EXPECT_NEAR(status().displayDB[1], -26.02, 0.01);
     control->exportLast(0.01, {}, takeExport());
     settle();
     EXPECT_NEAR(files.files[exported.back().value()].right.back(), 0.05F, 1e-4F);

@@ -10,14 +10,14 @@ namespace {
 CaptureStatus capturing() {
     CaptureStatus status;
     status.running = true;
-    status.deviceUid = "alsa_output.pci";
+    status.deviceUID = "alsa_output.pci";
     status.deviceDescription = "Speakers";
     status.durationSeconds = 300;
     status.retainedSeconds = 12.25;
     status.totalFrames = 5'000'000'000;
-    status.gainDb = -6;
-    status.displayDb = {-12.34F, -48};
-    status.holdDb = {3, -80};
+    status.gainDB = -6;
+    status.displayDB = {-12.34F, -48};
+    status.holdDB = {3, -80};
     status.troubles = {.gaps = 1, .gapFrames = 72'000, .overruns = 2, .overrunFrames = 480};
     return status;
 }
@@ -67,8 +67,8 @@ TEST(StatusTextTest, GivesProgramsEveryFieldUnderItsOwnKey) {
 TEST(StatusTextTest, JsonStaysValidWhateverNamesAndLevelsAre) {
     auto status = capturing();
     status.deviceDescription = "\"Ü\\ber\"\tHDMI\x01";
-    status.displayDb[0] = std::numeric_limits<float>::quiet_NaN();
-    status.displayDb[1] = -std::numeric_limits<float>::infinity();
+    status.displayDB[0] = std::numeric_limits<float>::quiet_NaN();
+    status.displayDB[1] = -std::numeric_limits<float>::infinity();
     const auto json = statusJson(status);
     EXPECT_NE(json.find(R"("device_description": "\"Ü\\ber\"\u0009HDMI\u0001")"), json.npos) << json;
     EXPECT_NE(json.find(R"("left_display_db": null, "right_display_db": null)"), json.npos) << json;

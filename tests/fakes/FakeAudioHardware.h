@@ -131,7 +131,7 @@ public:
             list.push_back(id);
         return list;
     }
-    AudioResult<std::string> deviceUid(AudioObjectID device) override {
+    AudioResult<std::string> deviceUID(AudioObjectID device) override {
         if (const auto status = refusal(Call::uid)) return status;
         const auto held = world();
         const auto found = held->devices.find(device);
@@ -139,7 +139,7 @@ public:
         return found->second.uid;
     }
     AudioResult<std::string> deviceDescription(AudioObjectID device) override {
-        const auto uid = deviceUid(device);
+        const auto uid = deviceUID(device);
         if (!uid) return uid.error();
         return "Device " + uid.value();
     }

@@ -36,9 +36,9 @@ public:
         status.durationSeconds = seconds;
         reply({});
     }
-    Result<void> setGain(double gainDb) override {
-        if (!std::isfinite(gainDb)) return Error{0, "no such gain"};
-        status.gainDb = static_cast<float>(gainDb);
+    Result<void> setGain(double gainDB) override {
+        if (!std::isfinite(gainDB)) return Error{0, "no such gain"};
+        status.gainDB = static_cast<float>(gainDB);
         return {};
     }
     void quit() override { ++quits; }

@@ -24,11 +24,11 @@ protected:
             meter.advance(seconds / steps);
         }
     }
-    void expectBoth(float displayDb, float holdDb) {
+    void expectBoth(float displayDB, float holdDB) {
         for (const int channel : {0, 1}) {
             SCOPED_TRACE(channel);
-            EXPECT_NEAR(meter.displayDb(channel), displayDb, displayDb == -48 ? 0 : 1e-4F);
-            EXPECT_NEAR(meter.holdDb(channel), holdDb, holdDb == 0 || holdDb == -48 ? 0 : 1e-4F);
+            EXPECT_NEAR(meter.displayDB(channel), displayDB, displayDB == -48 ? 0 : 1e-4F);
+            EXPECT_NEAR(meter.holdDB(channel), holdDB, holdDB == 0 || holdDB == -48 ? 0 : 1e-4F);
         }
     }
 
@@ -42,7 +42,7 @@ TEST_F(CaptureLevelMeterTest, ALevelFallsExponentiallyAndItsPeakIsHeldAndThenFal
         std::optional<float> peak; // that comes
         double seconds;            // that pass then
         int steps;
-        float displayDb, holdDb;
+        float displayDB, holdDB;
     } timeline[] = {
         {{}, 10, 1, -80, -80}, // nothing came yet
         {0.0F, 0, 1, -48, -48},
@@ -57,11 +57,11 @@ TEST_F(CaptureLevelMeterTest, ALevelFallsExponentiallyAndItsPeakIsHeldAndThenFal
         {1.0F, 1.4, 1, fallen(1.4F), 0},                                  // an equal peak holds anew
         {0.5F, 0.2, 1, (48 - 6.0206F) * std::exp(-0.2F / 0.3F) - 48, -4}, // a smaller one does not
     };
-    for (const auto& [peak, seconds, steps, displayDb, holdDb] : timeline) {
-        SCOPED_TRACE(testing::Message() << displayDb << " dB, " << holdDb << " dB held");
+    for (const auto& [peak, seconds, steps, displayDB, holdDB] : timeline) {
+        SCOPED_TRACE(testing::Message() << displayDB << " dB, " << holdDB << " dB held");
         if (peak) ingest(*peak);
         pass(seconds, steps);
-        expectBoth(displayDb, holdDb);
+        expectBoth(displayDB, holdDB);
     }
 }
 
@@ -75,9 +75,9 @@ TEST_F(CaptureLevelMeterTest, FindsTheLargestMagnitudeOfEachChannelWhereverItIs)
             left[at] = -0.5F;
             right[at] = 2.0F;
             fresh.ingest({.frameLength = static_cast<std::int64_t>(frames), .channels = {left.data(), right.data()}});
-            EXPECT_FLOAT_EQ(fresh.displayDb(0), 20.0F * std::log10(0.5F));
-            EXPECT_FLOAT_EQ(fresh.displayDb(1), 20.0F * std::log10(2.0F));
-            EXPECT_FLOAT_EQ(fresh.peakHoldDb(), fresh.holdDb(1));
+            EXPECT_FLOAT_EQ(fresh.displayDB(0), 20.0F * std::log10(0.5F));
+            EXPECT_FLOAT_EQ(fresh.displayDB(1), 20.0F * std::log10(2.0F));
+            EXPECT_FLOAT_EQ(fresh.peakHoldDB(), fresh.holdDB(1));
         }
     }
 }
@@ -93,7 +93,7 @@ TEST_F(CaptureLevelMeterTest, IgnoresBuffersInAnotherFormatAndSamplesThatAreNoNu
         std::vector<float> broken(20, std::numeric_limits<float>::quiet_NaN());
         broken[at] = -0.5F;
         fresh.ingest({.frameLength = 20, .channels = {broken.data(), broken.data()}});
-        EXPECT_FLOAT_EQ(fresh.displayDb(0), 20.0F * std::log10(0.5F));
+        EXPECT_FLOAT_EQ(fresh.displayDB(0), 20.0F * std::log10(0.5F));
     }
     ingest(std::numeric_limits<float>::infinity());
     pass(60, 60);

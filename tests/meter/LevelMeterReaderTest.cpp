@@ -29,17 +29,17 @@ TEST(LevelMeterReaderTest, ARareReaderSeesWhatManyConstantOnesSee) {
     const MeterLevels levels = reader.read();
     for (const std::size_t channel : {0U, 1U}) {
         SCOPED_TRACE(channel);
-        EXPECT_NEAR(levels.displayDb[channel], seen.displayDb[channel], 0.01F);
-        EXPECT_NEAR(levels.holdDb[channel], seen.holdDb[channel], 0.01F);
+        EXPECT_NEAR(levels.displayDB[channel], seen.displayDB[channel], 0.01F);
+        EXPECT_NEAR(levels.holdDB[channel], seen.holdDB[channel], 0.01F);
     }
-    const float beatDb = 20 * std::log10(0.22F); // of the last one, half a second ago
-    EXPECT_NEAR(levels.displayDb[0], (beatDb + 48) * std::exp(-0.5F / 0.3F) - 48, 0.01F);
-    EXPECT_GT(levels.holdDb[0], levels.displayDb[0] + 10.0F);
-    EXPECT_NEAR(levels.holdDb[1], -12.0412F, 1e-3F);
+    const float beatDB = 20 * std::log10(0.22F); // of the last one, half a second ago
+    EXPECT_NEAR(levels.displayDB[0], (beatDB + 48) * std::exp(-0.5F / 0.3F) - 48, 0.01F);
+    EXPECT_GT(levels.holdDB[0], levels.displayDB[0] + 10.0F);
+    EXPECT_NEAR(levels.holdDB[1], -12.0412F, 1e-3F);
     clock.advance(seconds(60)); // of nothing new
     const MeterLevels late = reader.read();
-    EXPECT_EQ(late.displayDb, (std::array{-48.0F, -48.0F}));
-    EXPECT_EQ(late.holdDb, (std::array{-48.0F, -48.0F}));
+    EXPECT_EQ(late.displayDB, (std::array{-48.0F, -48.0F}));
+    EXPECT_EQ(late.holdDB, (std::array{-48.0F, -48.0F}));
 }
 
 } // namespace

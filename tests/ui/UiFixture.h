@@ -21,11 +21,11 @@ protected:
     UiFixture() {
         defaults.stored(RootView::kOnboardingKey, true);
         control.status.running = true;
-        control.status.deviceUid = "speakers";
+        control.status.deviceUID = "speakers";
         control.status.deviceDescription = "Built-in Audio";
         control.status.durationSeconds = 300;
         control.status.retainedSeconds = 185;
-        control.status.displayDb = {-12.3F, -9.8F};
+        control.status.displayDB = {-12.3F, -9.8F};
         actions = {[this] { told.push_back("settings"); },
                    [this](const std::filesystem::path& path) { told.push_back("reveal " + path.string()); },
                    [this] { told.push_back("close"); }, [this] { told.push_back("quit"); },

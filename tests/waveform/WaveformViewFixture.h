@@ -39,13 +39,13 @@ struct FakeAudition final : AuditionControl {
     struct Request {
         std::shared_ptr<AudioRingBuffer> ringBuffer;
         ClipRange range;
-        float trimDb = 0;
+        float trimDB = 0;
     };
     [[nodiscard]] bool isPlaying() const override { return playing.has_value(); }
     [[nodiscard]] std::optional<double> currentPlaybackFrame() const override { return position; }
     void play(const std::shared_ptr<AudioRingBuffer>& ringBuffer, std::int64_t start, std::int64_t end,
-              float trimDb) override {
-        asked = Request{ringBuffer, {start, end}, trimDb};
+              float trimDB) override {
+        asked = Request{ringBuffer, {start, end}, trimDB};
     }
     void stop(const std::shared_ptr<AudioRingBuffer>& ringBuffer) override {
         if (playing && playing->ringBuffer == ringBuffer) asked.reset();

@@ -257,7 +257,7 @@ TEST_F(WaveformViewInputTest, SpacePlaysTheSelectionElseFromThePlayheadElseFreez
     EXPECT_TRUE(space());
     EXPECT_EQ(audition.playing->range, (ClipRange{std::llround(frameAt(500)), std::int64_t{40} * 48'000}));
     EXPECT_EQ(audition.playing->ringBuffer, ring);
-    EXPECT_EQ(audition.playing->trimDb, 0);
+    EXPECT_EQ(audition.playing->trimDB, 0);
     EXPECT_TRUE(space());
     EXPECT_FALSE(audition.isPlaying());
     drag(100.5, 200);

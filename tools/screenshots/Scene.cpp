@@ -24,11 +24,11 @@ Scene::Scene(const Situation& situation) {
     defaults_.stored(std::string(CaptureDeviceGainStore::kStorageKey), DefaultsDictionary{{"speakers", 2.5}});
     actions_ = {[] {}, [](const auto&) {}, [] {}, [] {}, [](bool) {}};
     control_.status.running = true;
-    control_.status.deviceUid = "speakers";
+    control_.status.deviceUID = "speakers";
     control_.status.deviceDescription = "Built-in Audio Analog Stereo";
     control_.status.durationSeconds = seconds(kDefaultRecordingDuration);
     control_.status.retainedSeconds = situation.musicSeconds;
-    control_.status.displayDb = situation.musicSeconds > 0 ? std::array{-12.3F, -9.8F} : std::array{-48.0F, -48.0F};
+    control_.status.displayDB = situation.musicSeconds > 0 ? std::array{-12.3F, -9.8F} : std::array{-48.0F, -48.0F};
     makeSession(situation.consent);
     theme_.emplace(session_->themeManager());
     freeze_.emplace(session_->sampler());
@@ -82,7 +82,7 @@ void Scene::makeSession(AudioCaptureProbeOutcome consent) {
 
 void Scene::breakCapture() {
     control_.status.running = false;
-    control_.status.displayDb = {-48, -48};
+    control_.status.displayDB = {-48, -48};
     hardware_.refuse(test::FakeAudioHardware::Call::createTap, -ECONNREFUSED);
     hardware_.setDefaultDevice(kHeadphones);
     hardware_.fire(AudioProperty::defaultOutputDevice);

@@ -9,11 +9,11 @@ constexpr std::int64_t kSeamFadeOutFrames = 480;
 
 } // namespace
 
-CaptureChain::CaptureChain(std::int64_t durationSeconds, float gainDb, AudioMemory& memory, const Clock& clock,
+CaptureChain::CaptureChain(std::int64_t durationSeconds, float gainDB, AudioMemory& memory, const Clock& clock,
                            const SerialQueue& queue)
     : levelMeter(clock), memory_(memory), queue_(queue),
       ringBuffer_(std::make_shared<AudioRingBuffer>(durationSeconds, memory)) {
-    seamSoftener.setGain(gainDb, false);
+    seamSoftener.setGain(gainDB, false);
 }
 
 void CaptureChain::process(const AudioPCMBuffer& buffer) {
@@ -35,6 +35,11 @@ void CaptureChain::markSeam() {
 void CaptureChain::fetchPending() {
     queue_.assertCurrent();
     if (const auto tap = tap_.lock()) tap->deliverPending();
+}
+
+void CaptureChain::fetchEnd() {
+    queue_.assertCurrent();
+    if (const auto tap = tap_.lock()) tap->deliverEnd();
 }
 
 void CaptureChain::setFrozen(bool frozen) {

@@ -24,7 +24,7 @@ class CoreAudioTapCapture;
 /// Real time: `process` allocates nothing and blocks on one short lock at a time.
 class CaptureChain {
 public:
-    CaptureChain(std::int64_t durationSeconds, float gainDb, AudioMemory& memory, const Clock& clock,
+    CaptureChain(std::int64_t durationSeconds, float gainDB, AudioMemory& memory, const Clock& clock,
                  const SerialQueue& queue);
     CaptureChain(const CaptureChain&) = delete;
     CaptureChain& operator=(const CaptureChain&) = delete;
@@ -41,6 +41,8 @@ public:
     void follow(const std::shared_ptr<CoreAudioTapCapture>& tap) { tap_ = tap; }
     /// Appends what the device still holds.
     void fetchPending();
+    /// The same, before a stop: with what its rate conversion has held back.
+    void fetchEnd();
 
     void setFrozen(bool frozen);
     /// Begins to copy the frames [range.first, range.second), as far as they are held. The caller makes the copy piece

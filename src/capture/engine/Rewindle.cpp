@@ -14,8 +14,8 @@ static_assert(TapReceiver::kLongestSilenceSeconds >= seconds(kAllRecordingDurati
 /// The interface thread's part of the engine. Only that thread locks a weak reference to it, so that
 /// observers and callbacks are released there.
 struct Rewindle::State {
-    State(RecordingDuration duration, float gainDb, const Services& given)
-        : services(given), chain(std::make_shared<CaptureChain>(seconds(duration), gainDb, given.memory, given.clock,
+    State(RecordingDuration duration, float gainDB, const Services& given)
+        : services(given), chain(std::make_shared<CaptureChain>(seconds(duration), gainDB, given.memory, given.clock,
                                                                 given.captureQueue)),
           ringBuffer(chain->ringBuffer()) {}
 
@@ -37,7 +37,7 @@ struct Rewindle::State {
     Observable<std::uint64_t> ringBufferRevision;
     Observable<bool> isRunning;
     Observable<bool> isFrozen;
-    Observable<std::string> outputDeviceUid;
+    Observable<std::string> outputDeviceUID;
     std::shared_ptr<CaptureRun> run; // from start to stop
 };
 
@@ -82,8 +82,8 @@ void copyOn(const CopyRequest& request) {
 
 } // namespace
 
-Rewindle::Rewindle(RecordingDuration duration, float gainDb, Services services)
-    : state_(std::make_shared<State>(duration, gainDb, services)) {
+Rewindle::Rewindle(RecordingDuration duration, float gainDB, Services services)
+    : state_(std::make_shared<State>(duration, gainDB, services)) {
     services.captureQueue.async(setFlushToZero);
 }
 
@@ -104,8 +104,8 @@ const Observable<std::uint64_t>& Rewindle::ringBufferRevision() const {
 const Observable<bool>& Rewindle::isRunning() const {
     return state_->isRunning;
 }
-const Observable<std::string>& Rewindle::outputDeviceUid() const {
-    return state_->outputDeviceUid;
+const Observable<std::string>& Rewindle::outputDeviceUID() const {
+    return state_->outputDeviceUID;
 }
 const Observable<bool>& Rewindle::isFrozen() const {
     return state_->isFrozen;
@@ -114,8 +114,8 @@ CaptureLevelMeter& Rewindle::levelMeter() {
     return state_->chain->levelMeter;
 }
 
-void Rewindle::setGain(float gainDb, bool ramp) {
-    state_->chain->seamSoftener.setGain(gainDb, ramp);
+void Rewindle::setGain(float gainDB, bool ramp) {
+    state_->chain->seamSoftener.setGain(gainDB, ramp);
 }
 
 void Rewindle::setLive(bool live) {
@@ -201,25 +201,25 @@ CoreAudioTapCapture::Callbacks Rewindle::tapCallbacks(const RunLink& link) {
         const auto chain = link.chain.lock();
         if (!chain) return;
         chain->seamSoftener.delayFadeIn(delayFrames);
-        const auto& gainOf = link.callbacks->captureGainDbForOutputDeviceUid;
+        const auto& gainOf = link.callbacks->captureGainDBForOutputDeviceUID;
         if (gainOf) chain->seamSoftener.setGain(gainOf(uid), false);
     };
     result.onOutputDeviceResolved = [link](const std::string& uid) {
-        link.post([uid](State& state) { state.outputDeviceUid.set(uid); });
+        link.post([uid](State& state) { state.outputDeviceUID.set(uid); });
     };
     result.onOutputDeviceUIDChanged = [link](const std::string& uid) {
         link.ifCurrent([&](State&) {
-            if (link.callbacks->onOutputDeviceUidChanged) link.callbacks->onOutputDeviceUidChanged(uid);
+            if (link.callbacks->onOutputDeviceUIDChanged) link.callbacks->onOutputDeviceUIDChanged(uid);
         });
     };
     result.onCaptureRestartFailed = [link](const CoreAudioTapCaptureError& error) {
         link.ifCurrent([&](State& state) {
-            state.outputDeviceUid.set({});
+            state.outputDeviceUID.set({});
             if (link.callbacks->onCaptureRestartFailed) link.callbacks->onCaptureRestartFailed(error);
         });
     };
     result.onCaptureRestartSeam = [link] {
-        link.post([](State& state) { state.outputDeviceUid.set({}); }); // until a device is resolved again
+        link.post([](State& state) { state.outputDeviceUID.set({}); }); // until a device is resolved again
         // The ring buffer belongs to the capture queue; waiting keeps the seam ahead of the next buffer.
         link.captureQueue.sync([&] {
             if (const auto chain = link.chain.lock()) chain->markSeam();
@@ -235,7 +235,7 @@ void Rewindle::stop(std::function<void()> completion) {
     state_->onCaptureQueue([run, weak = std::weak_ptr(state_), &controlQueue = services.controlQueue,
                             &mainQueue = services.mainQueue,
                             completion = std::move(completion)](CaptureChain& chain) {
-        chain.fetchPending(); // keeps what was played up to the stop, unless it is frozen already
+        chain.fetchEnd(); // keeps what was played up to the stop, unless it is frozen already
         chain.setFrozen(true);
         chain.follow(nullptr);
         controlQueue.async([run, weak, &mainQueue, completion] {
@@ -247,7 +247,7 @@ void Rewindle::stop(std::function<void()> completion) {
     });
     state_->isFrozen.set(true);
     state_->isRunning.set(false);
-    state_->outputDeviceUid.set({});
+    state_->outputDeviceUID.set({});
 }
 
 } // namespace rewindle

@@ -41,17 +41,17 @@ public:
         LogSink& log;
         std::int64_t processIdentifier = 0; // of this process, whose own playback is left out
     };
-    /// All are called on the interface thread, but for `captureGainDbForOutputDeviceUid` (the control queue).
+    /// All are called on the interface thread, but for `captureGainDBForOutputDeviceUID` (the control queue).
     struct Callbacks {
-        std::function<float(const std::string& uid)> captureGainDbForOutputDeviceUid; // may be empty
-        std::function<void(const std::string& uid)> onOutputDeviceUidChanged;         // may be empty
+        std::function<float(const std::string& uid)> captureGainDBForOutputDeviceUID; // may be empty
+        std::function<void(const std::string& uid)> onOutputDeviceUIDChanged;         // may be empty
         std::function<void(const CoreAudioTapCaptureError&)> onCaptureStartFailed;    // once per start()
         std::function<void(const CoreAudioTapCaptureError&)> onCaptureRestartFailed;
     };
     /// Which frames to copy, given what is held at the moment of the copy: [first, second).
     using RangeChoice = std::function<std::pair<std::int64_t, std::int64_t>(const WaveformInfo&)>;
 
-    Rewindle(RecordingDuration duration, float gainDb, Services services);
+    Rewindle(RecordingDuration duration, float gainDB, Services services);
     ~Rewindle();
     Rewindle(const Rewindle&) = delete;
     Rewindle& operator=(const Rewindle&) = delete;
@@ -62,12 +62,12 @@ public:
     /// True from start() to stop(): capture is wanted, even while a first start is still being retried.
     [[nodiscard]] const Observable<bool>& isRunning() const;
     /// UID of the output device on which capture runs; empty while it runs on none.
-    [[nodiscard]] const Observable<std::string>& outputDeviceUid() const;
+    [[nodiscard]] const Observable<std::string>& outputDeviceUID() const;
     /// Whether what is captured is dropped, as last asked: by setFrozen() or by stop().
     [[nodiscard]] const Observable<bool>& isFrozen() const;
     [[nodiscard]] CaptureLevelMeter& levelMeter();
 
-    void setGain(float gainDb, bool ramp);
+    void setGain(float gainDB, bool ramp);
     /// Keeps the newest audio and the frame numbers. `completion` runs on the interface thread afterwards.
     void setDuration(RecordingDuration duration, std::function<void()> completion = {});
 

@@ -38,8 +38,8 @@ void CaptureSeamSoftener::delayFadeIn(std::int64_t frames) {
     if (fadeInRemaining_ == kFadeInFrames) fadeInDelay_ = frames;
 }
 
-void CaptureSeamSoftener::setGain(float gainDb, bool ramp) {
-    const float target = CaptureGain::linearFactor(gainDb);
+void CaptureSeamSoftener::setGain(float gainDB, bool ramp) {
+    const float target = CaptureGain::linearFactor(gainDB);
     const std::lock_guard hold(lock_);
     targetLinearGain_ = target;
     if (ramp && std::abs(appliedLinearGain_ - target) > kUnityTolerance) {

@@ -28,7 +28,7 @@ public:
     /// the first frame that it got.
     void delayFadeIn(std::int64_t frames);
     /// With `ramp` the gain gets there in 480 frames, otherwise with the next frame.
-    void setGain(float gainDb, bool ramp);
+    void setGain(float gainDB, bool ramp);
 
 private:
     [[nodiscard]] bool isTransparent() const noexcept;

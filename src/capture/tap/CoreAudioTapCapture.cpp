@@ -92,10 +92,10 @@ CoreAudioTapCapture::StartResult CoreAudioTapCapture::readOutputDevice() {
     if (device.value() == kNoAudioObject) {
         return CoreAudioTapCaptureError{Kind::propertyReadFailed, kAudioBadDeviceStatus};
     }
-    const auto uid = hardware_.deviceUid(device.value());
+    const auto uid = hardware_.deviceUID(device.value());
     if (!uid) return CoreAudioTapCaptureError{Kind::propertyReadFailed, uid.error()};
     outputDeviceID_ = device.value();
-    outputDeviceUid_ = uid.value();
+    outputDeviceUID_ = uid.value();
     return {};
 }
 
@@ -114,11 +114,11 @@ CoreAudioTapCapture::StartResult CoreAudioTapCapture::createAggregateDevice() {
     AggregateDeviceDescription description;
     description.name = "rewindle Tap";
     description.uid = makeUuid();
-    description.master = outputDeviceUid_;
+    description.master = outputDeviceUID_;
     description.isPrivate = true;
     description.isStacked = false;
     description.tapAutoStart = true;
-    description.subdevices = {{outputDeviceUid_}};
+    description.subdevices = {{outputDeviceUID_}};
     description.taps = {{.drift = true, .uid = tapUuid_}};
     const auto device = hardware_.createAggregateDevice(description);
     if (!device) return CoreAudioTapCaptureError{Kind::aggregateDeviceCreationFailed, device.error()};
@@ -141,7 +141,7 @@ CoreAudioTapCapture::StartResult CoreAudioTapCapture::installIoProc() {
 
 CoreAudioTapCapture::StartResult CoreAudioTapCapture::startDevice() {
     if (const auto current = callbacks(); current && current->onOutputDeviceChosen) {
-        current->onOutputDeviceChosen(outputDeviceUid_, converter()->delayFrames());
+        current->onOutputDeviceChosen(outputDeviceUID_, converter()->delayFrames());
     }
     const auto started = hardware_.startDevice(aggregateDeviceID_);
     if (!started) return CoreAudioTapCaptureError{Kind::deviceStartFailed, started.error()};
@@ -151,13 +151,13 @@ CoreAudioTapCapture::StartResult CoreAudioTapCapture::startDevice() {
 void CoreAudioTapCapture::captureStarted() {
     activeOutputDeviceID_ = outputDeviceID_;
     isRunning_ = true;
-    log_.info("Capture started for output device " + outputDeviceUid_ + ".");
+    log_.info("Capture started for output device " + outputDeviceUID_ + ".");
     const auto current = callbacks();
-    if (current && current->onOutputDeviceResolved) current->onOutputDeviceResolved(outputDeviceUid_);
-    if (current && current->onOutputDeviceUIDChanged && reportedOutputDeviceUid_ != outputDeviceUid_) {
-        mainQueue_.async([current, uid = outputDeviceUid_] { current->onOutputDeviceUIDChanged(uid); });
+    if (current && current->onOutputDeviceResolved) current->onOutputDeviceResolved(outputDeviceUID_);
+    if (current && current->onOutputDeviceUIDChanged && reportedOutputDeviceUID_ != outputDeviceUID_) {
+        mainQueue_.async([current, uid = outputDeviceUID_] { current->onOutputDeviceUIDChanged(uid); });
     }
-    reportedOutputDeviceUid_ = outputDeviceUid_;
+    reportedOutputDeviceUID_ = outputDeviceUID_;
     watcher_.attach();
     watcher_.refreshDataSourceListener();
     // Nobody told of a device that became the default between the look for it and the first listener.
@@ -171,7 +171,7 @@ void CoreAudioTapCapture::tearDown() {
     if (deviceProcID_ != 0) {
         hardware_.stopDevice(device); // hands over what was played until now
         hardware_.destroyIoProc(device, deviceProcID_);
-        queue_.sync([this] { drainConverter(); });
+        queue_.sync([this] { deliverEnd(); });
     }
     if (device != kNoAudioObject) hardware_.destroyAggregateDevice(device);
     if (tapID_ != kNoAudioObject) hardware_.destroyProcessTap(tapID_);
@@ -307,8 +307,8 @@ void CoreAudioTapCapture::receive(AudioBufferList input) {
     if (const auto* buffer = converter->convert(input, frames)) current->onBuffer(*buffer);
 }
 
-/// What was played last is still on its way through the rate converter.
-void CoreAudioTapCapture::drainConverter() {
+void CoreAudioTapCapture::deliverEnd() {
+    deliverPending();
     const auto current = callbacks();
     const auto last = converter();
     const auto* buffer = last ? last->drain() : nullptr;

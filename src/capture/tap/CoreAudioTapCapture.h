@@ -66,6 +66,8 @@ public:
 
     /// Capture queue only: hands over what the device still holds.
     void deliverPending();
+    /// The same, with what is still on its way through the rate converter: what comes later is not wanted.
+    void deliverEnd();
 
 private:
     // The start sequence
@@ -95,7 +97,6 @@ private:
 
     // Capture queue
     void receive(AudioBufferList input);
-    void drainConverter();
     [[nodiscard]] std::shared_ptr<AudioBufferListConverter> converter() const; // any thread
 
     // Any thread
@@ -118,9 +119,9 @@ private:
     std::atomic<AudioObjectID> aggregateDeviceID_{kNoAudioObject}; // written on the control queue only
     AudioHardware::IoProcID deviceProcID_ = 0;
     AudioObjectID outputDeviceID_ = kNoAudioObject; // the one that the start sequence works on
-    std::string outputDeviceUid_;
+    std::string outputDeviceUID_;
     AudioObjectID activeOutputDeviceID_ = kNoAudioObject;
-    std::string reportedOutputDeviceUid_;
+    std::string reportedOutputDeviceUID_;
     OutputRouteWatcher watcher_;
     std::optional<DelayedWork> pendingRestartWorkItem_;
     bool isRunning_ = false;

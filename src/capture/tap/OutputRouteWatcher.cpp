@@ -100,7 +100,7 @@ std::string OutputRouteWatcher::describe(const std::string& event, bool isRunnin
     const bool hasSource = known && hardware_.hasDataSource(device.value());
     return "[route] " + event + " | isRunning=" + (isRunning ? "true" : "false") +
            " defaultDeviceID=" + textOr(device, "unavailable") +
-           " defaultUID=" + (known ? textOr(hardware_.deviceUid(device.value()), "unavailable") : "unavailable") +
+           " defaultUID=" + (known ? textOr(hardware_.deviceUID(device.value()), "unavailable") : "unavailable") +
            " dataSource=" + (hasSource ? textOr(hardware_.dataSource(device.value()), "unavailable") : "none") +
            " activeOutputDeviceID=" + std::to_string(activeDevice) +
            " dataSourceListenerDeviceID=" + std::to_string(dataSourceListenerDeviceID_) +

@@ -35,7 +35,7 @@ TapReceiver::TapReceiver(Setup setup, const Clock& clock, LogSink& log, const st
 
 void TapReceiver::begin(OneShotTimer& timer) {
     timer_ = &timer;
-    startedAt_ = lastCycle_ = clock_.uptime().count();
+    startedAt_ = lastCycle_ = deliveredAt_ = clock_.uptime().count();
     axis_.emplace(setup_.rate, startedAt_);
     deliver();
 }
@@ -60,6 +60,7 @@ void TapReceiver::deliver() {
     const auto now = clock_.uptime().count();
     while (const auto* cycle = fifo_.front())
         deliverCycle(*cycle, now);
+    deliveredAt_ = now;
     const bool idle = now - lastCycle_ > kIdleNanoseconds;
     // While the sink runs, the next cycle is late rather than missing: nothing may part it from the last.
     const bool late = hadCycles_ && sinkRunningSince_.load(std::memory_order_relaxed) != 0;
@@ -70,6 +71,11 @@ void TapReceiver::deliver() {
     reportTroubles();
     checkStall(now);
     setTimer(std::chrono::nanoseconds(now), idle);
+}
+
+/// By the cycle's own time, which counts no further than it can be true: what waits has come since the last look.
+std::int64_t TapReceiver::arrival(const TapFifo::Cycle& cycle, std::int64_t now) const {
+    return std::clamp(cycle.nanoseconds, deliveredAt_, now);
 }
 
 bool TapReceiver::isSilent(const TapFifo::Cycle& cycle) const {
@@ -83,8 +89,8 @@ bool TapReceiver::isSilent(const TapFifo::Cycle& cycle) const {
 
 /// The first cycle after a link was made is empty, because the other side has not run yet. Silence that short is none
 /// of the recording's, and must not use up the fade-in of what follows.
-bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle) const {
-    return !hadCycles_ && cycle.nanoseconds <= startedAt_ + TapTimeAxis::kIdleMargin && isSilent(cycle);
+bool TapReceiver::belongsToStart(const TapFifo::Cycle& cycle, std::int64_t now) const {
+    return !hadCycles_ && arrival(cycle, now) <= startedAt_ + TapTimeAxis::kIdleMargin && isSilent(cycle);
 }
 
 /// So is the last cycle before an output goes. It must not stand between the sound and its fade-out, so it is held
@@ -98,12 +104,12 @@ bool TapReceiver::mayBelongToEnd(const TapFifo::Cycle& cycle) {
 }
 
 void TapReceiver::deliverCycle(const TapFifo::Cycle& cycle, std::int64_t now) {
-    if (belongsToStart(cycle) || mayBelongToEnd(cycle)) return fifo_.consume(cycle.frames);
+    if (belongsToStart(cycle, now) || mayBelongToEnd(cycle)) return fifo_.consume(cycle.frames);
     deliverSilence(std::exchange(heldBack_, 0));
     const bool isTimeTrusted =
         cycle.nanoseconds >= now - kTrustedNanoseconds && cycle.nanoseconds <= now + kTrustedNanoseconds;
     deliverSilence(gapBefore(cycle, isTimeTrusted));
-    lastCycle_ = isTimeTrusted ? cycle.nanoseconds : now;
+    lastCycle_ = arrival(cycle, now);
     hadCycles_ = true;
     for (std::size_t left = cycle.frames; left > 0;) {
         const auto piece = std::min<std::size_t>(fifo_.contiguousFrames(), setup_.bufferFrames);

@@ -88,7 +88,8 @@ private:
     void deliverCycle(const TapFifo::Cycle& cycle, std::int64_t now);
     [[nodiscard]] std::int64_t gapBefore(const TapFifo::Cycle& cycle, bool isTimeTrusted);
     [[nodiscard]] bool isSilent(const TapFifo::Cycle& cycle) const; // requires: `cycle` is at the front
-    [[nodiscard]] bool belongsToStart(const TapFifo::Cycle& cycle) const;
+    [[nodiscard]] std::int64_t arrival(const TapFifo::Cycle& cycle, std::int64_t now) const;
+    [[nodiscard]] bool belongsToStart(const TapFifo::Cycle& cycle, std::int64_t now) const;
     [[nodiscard]] bool mayBelongToEnd(const TapFifo::Cycle& cycle);
     void deliverSilence(std::int64_t frames);
     void deliverPiece(std::size_t frames);
@@ -126,8 +127,10 @@ private:
     SampleArray mixedRight_;
     std::vector<float> silence_;
     std::vector<const float*> pieces_;
-    std::int64_t startedAt_ = 0; // monotonic nanoseconds
-    std::int64_t lastCycle_ = 0; // the same; when it was started before the first
+    // Monotonic nanoseconds
+    std::int64_t startedAt_ = 0;
+    std::int64_t deliveredAt_ = 0; // last
+    std::int64_t lastCycle_ = 0;   // when it was started before the first
     bool hadCycles_ = false;
     bool ending_ = false;
     std::int64_t heldBack_ = 0; // frames of silence that came last, while ending

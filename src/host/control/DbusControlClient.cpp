@@ -126,7 +126,7 @@ CommandOutcome DbusControlClient::carryOut(const DurationCommand& command) const
 }
 
 CommandOutcome DbusControlClient::carryOut(const GainCommand& command) const {
-    return doneUnlessFailed(call("SetGain", {command.gainDb}, kUsualTimeoutMs));
+    return doneUnlessFailed(call("SetGain", {command.gainDB}, kUsualTimeoutMs));
 }
 
 CommandOutcome DbusControlClient::carryOut(const QuitCommand&) const {

@@ -144,8 +144,8 @@ void DbusControlService::SetDuration(int seconds) {
     });
 }
 
-void DbusControlService::SetGain(double gainDb) {
-    const auto outcome = control_.setGain(gainDb);
+void DbusControlService::SetGain(double gainDB) {
+    const auto outcome = control_.setGain(gainDB);
     if (!outcome) refuse(toQString(outcome.error().message));
 }
 

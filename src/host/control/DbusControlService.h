@@ -42,7 +42,7 @@ public:
     Q_SLOT Q_SCRIPTABLE void SetFrozen(bool frozen);
     Q_SLOT Q_SCRIPTABLE QVariantMap Status();
     Q_SLOT Q_SCRIPTABLE void SetDuration(int seconds);
-    Q_SLOT Q_SCRIPTABLE void SetGain(double gainDb);
+    Q_SLOT Q_SCRIPTABLE void SetGain(double gainDB);
     Q_SLOT Q_SCRIPTABLE void Quit();
     // Its signals
     Q_SIGNAL Q_SCRIPTABLE void ClipExported(const QString& path);

@@ -11,16 +11,16 @@ template <class Status, class Visitor>
 void visitFields(Status& status, Visitor&& visit) {
     visit("running", status.running);
     visit("frozen", status.frozen);
-    visit("device_uid", status.deviceUid);
+    visit("device_uid", status.deviceUID);
     visit("device_description", status.deviceDescription);
     visit("duration_seconds", status.durationSeconds);
     visit("retained_seconds", status.retainedSeconds);
     visit("total_frames", status.totalFrames);
-    visit("gain_db", status.gainDb);
-    visit("left_display_db", status.displayDb[0]);
-    visit("right_display_db", status.displayDb[1]);
-    visit("left_hold_db", status.holdDb[0]);
-    visit("right_hold_db", status.holdDb[1]);
+    visit("gain_db", status.gainDB);
+    visit("left_display_db", status.displayDB[0]);
+    visit("right_display_db", status.displayDB[1]);
+    visit("left_hold_db", status.holdDB[0]);
+    visit("right_hold_db", status.holdDB[1]);
     visit("gaps", status.troubles.gaps);
     visit("gap_frames", status.troubles.gapFrames);
     visit("overruns", status.troubles.overruns);

@@ -93,7 +93,7 @@ AudioResult<std::vector<AudioObjectID>> PipeWireAudioHardware::devices() {
     return found;
 }
 
-AudioResult<std::string> PipeWireAudioHardware::deviceUid(AudioObjectID device) {
+AudioResult<std::string> PipeWireAudioHardware::deviceUID(AudioObjectID device) {
     const auto& sinks = connection_->graph().sinks();
     const auto found = sinks.find(device);
     if (found == sinks.end()) return kAudioBadDeviceStatus;
@@ -129,7 +129,7 @@ AudioResult<std::string> PipeWireAudioHardware::dataSource(AudioObjectID device)
     return *known->name();
 }
 
-std::optional<PipeWireGraph::ID> PipeWireAudioHardware::sinkWithUid(const std::string& uid) const {
+std::optional<PipeWireGraph::ID> PipeWireAudioHardware::sinkWithUID(const std::string& uid) const {
     const auto& sinks = connection_->graph().sinks();
     const auto found = std::ranges::find_if(sinks, [&](const auto& entry) { return entry.second.name == uid; });
     if (found == sinks.end()) return std::nullopt;
@@ -141,7 +141,7 @@ std::optional<PipeWireGraph::ID> PipeWireAudioHardware::sinkWithUid(const std::s
 AudioResult<AudioObjectID>
 PipeWireAudioHardware::createAggregateDevice(const AggregateDeviceDescription& description) {
     if (!connection_->isConnected()) return -ENOTCONN;
-    if (!sinkWithUid(description.master)) return kAudioBadDeviceStatus;
+    if (!sinkWithUID(description.master)) return kAudioBadDeviceStatus;
     const auto tap = std::ranges::find_if(taps_, [&](const auto& entry) {
         return !description.taps.empty() && entry.second.description.uuid == description.taps.front().uid;
     });
@@ -223,7 +223,7 @@ AudioResult<void> PipeWireAudioHardware::startDevice(AudioObjectID id) {
     if (found == devices_.end()) return kAudioBadDeviceStatus;
     Device& device = found->second;
     if (device.node || !device.proc) return -EINVAL;
-    const auto sink = sinkWithUid(device.description.master);
+    const auto sink = sinkWithUID(device.description.master);
     if (!sink) return kAudioBadDeviceStatus;
     const auto ports = waitForMonitorPorts(*sink);
     if (ports.empty()) return -ENODEV;

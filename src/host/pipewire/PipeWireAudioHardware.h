@@ -37,7 +37,7 @@ public:
 
     AudioResult<AudioObjectID> defaultOutputDevice() override;
     AudioResult<std::vector<AudioObjectID>> devices() override;
-    AudioResult<std::string> deviceUid(AudioObjectID device) override;
+    AudioResult<std::string> deviceUID(AudioObjectID device) override;
     AudioResult<std::string> deviceDescription(AudioObjectID device) override;
     bool hasDataSource(AudioObjectID device) override;
     AudioResult<std::string> dataSource(AudioObjectID device) override;
@@ -78,7 +78,7 @@ private:
         Listener listener;
     };
 
-    [[nodiscard]] std::optional<PipeWireGraph::ID> sinkWithUid(const std::string& uid) const;
+    [[nodiscard]] std::optional<PipeWireGraph::ID> sinkWithUID(const std::string& uid) const;
     [[nodiscard]] std::vector<PipeWireGraph::Port> waitForMonitorPorts(PipeWireGraph::ID sink);
     [[nodiscard]] std::unique_ptr<TapReceiver> makeReceiver(AudioObjectID id, const Device& device,
                                                             const std::vector<PipeWireGraph::Port>& ports);

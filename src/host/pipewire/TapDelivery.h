@@ -4,6 +4,8 @@
 #include "host/pipewire/PipeWireLoopQueue.h"
 #include "platform/OneShotTimer.h"
 
+#include <chrono>
+#include <optional>
 #include <span>
 
 namespace rewindle {

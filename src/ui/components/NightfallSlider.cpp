@@ -33,9 +33,9 @@ public:
     QString text(QAccessible::Text which) const override {
         return which == QAccessible::Value ? slider().valueText() : QAccessibleWidget::text(which);
     }
-    QVariant currentValue() const override { return static_cast<double>(slider().gainDb()); }
-    void setCurrentValue(const QVariant& gainDb) override {
-        slider().setValue(static_cast<int>(std::lround(gainDb.toDouble() * kTenths)));
+    QVariant currentValue() const override { return static_cast<double>(slider().gainDB()); }
+    void setCurrentValue(const QVariant& gainDB) override {
+        slider().setValue(static_cast<int>(std::lround(gainDB.toDouble() * kTenths)));
     }
     QVariant maximumValue() const override { return slider().maximum() / static_cast<double>(kTenths); }
     QVariant minimumValue() const override { return slider().minimum() / static_cast<double>(kTenths); }
@@ -52,18 +52,18 @@ QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
 
 } // namespace
 
-QString gainText(float gainDb) {
-    return figureText(CaptureGain::label(gainDb));
+QString gainText(float gainDB) {
+    return figureText(CaptureGain::label(gainDB));
 }
 
-NightfallSlider::NightfallSlider(const NightfallTheme& theme, float limitDb, QWidget* parent)
+NightfallSlider::NightfallSlider(const NightfallTheme& theme, float limitDB, QWidget* parent)
     : QSlider(Qt::Horizontal, parent), theme_(theme), focus_(*this) {
     static const bool isInstalled = [] {
         QAccessible::installFactory(makeAccessible);
         return true;
     }();
     Q_UNUSED(isInstalled);
-    const int limit = static_cast<int>(std::lround(limitDb * kTenths));
+    const int limit = static_cast<int>(std::lround(limitDB * kTenths));
     setRange(-limit, limit);
     setSingleStep(kStep);
     setPageStep(kPage);
@@ -71,18 +71,18 @@ NightfallSlider::NightfallSlider(const NightfallTheme& theme, float limitDb, QWi
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    connect(this, &QSlider::valueChanged, this, [this] { Q_EMIT gainChosen(gainDb()); });
+    connect(this, &QSlider::valueChanged, this, [this] { Q_EMIT gainChosen(gainDB()); });
     connect(&theme, &NightfallTheme::changed, this, [this] { update(); });
 }
 
-void NightfallSlider::setGainDb(float gainDb) {
+void NightfallSlider::setGainDB(float gainDB) {
     const QSignalBlocker noChoice(this);
-    setValue(static_cast<int>(std::lround(gainDb * kTenths)));
+    setValue(static_cast<int>(std::lround(gainDB * kTenths)));
     update();
 }
 
 QString NightfallSlider::valueText() const {
-    return gainText(gainDb());
+    return gainText(gainDB());
 }
 
 QSize NightfallSlider::sizeHint() const {

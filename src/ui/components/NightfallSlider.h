@@ -15,12 +15,12 @@ namespace rewindle {
 class NightfallSlider final : public QSlider {
     Q_OBJECT
 public:
-    /// From -limitDb to +limitDb.
-    NightfallSlider(const NightfallTheme& theme, float limitDb, QWidget* parent = nullptr);
+    /// From -limitDB to +limitDB.
+    NightfallSlider(const NightfallTheme& theme, float limitDB, QWidget* parent = nullptr);
 
     /// Shows a gain that was set elsewhere; `gainChosen` is not sent.
-    void setGainDb(float gainDb);
-    [[nodiscard]] float gainDb() const { return static_cast<float>(value()) / 10.0F; }
+    void setGainDB(float gainDB);
+    [[nodiscard]] float gainDB() const { return static_cast<float>(value()) / 10.0F; }
     /// "+2.5 dB", as it is shown.
     [[nodiscard]] QString valueText() const;
 
@@ -29,7 +29,7 @@ public:
 
 Q_SIGNALS:
     /// The user has chosen another gain.
-    void gainChosen(float gainDb);
+    void gainChosen(float gainDB);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -50,6 +50,6 @@ private:
 };
 
 /// "+2.5 dB", "−3.0 dB", "0 dB".
-[[nodiscard]] QString gainText(float gainDb);
+[[nodiscard]] QString gainText(float gainDB);
 
 } // namespace rewindle

@@ -68,7 +68,7 @@ SettingsView::SettingsView(AppSession& session, CaptureControl& control, const N
     column->addStretch();
     refresh_ =
         new StatusRefresh(*this, control, kRefreshMs, [this](const CaptureStatus& status) { showDevice(status); });
-    follow(session.sampler().outputDeviceUid(), [this] { refresh_->refresh(); });
+    follow(session.sampler().outputDeviceUID(), [this] { refresh_->refresh(); });
 }
 
 /// Shows the value now and after each change.
@@ -89,9 +89,9 @@ NightfallSettingsSection* SettingsView::makeRecording() {
     follow(settings_.recordingDuration(), [this, duration] {
         duration->setCurrent(indexIn(kAllRecordingDurations, settings_.recordingDuration().get()));
     });
-    auto* const gain = new NightfallSlider(theme_, CaptureGain::kMaximumDb);
-    connect(gain, &NightfallSlider::gainChosen, this, [this](float gainDb) { settings_.setCaptureGainDB(gainDb); });
-    follow(settings_.captureGainDB(), [this, gain] { gain->setGainDb(settings_.captureGainDB().get()); });
+    auto* const gain = new NightfallSlider(theme_, CaptureGain::kMaximumDB);
+    connect(gain, &NightfallSlider::gainChosen, this, [this](float gainDB) { settings_.setCaptureGainDB(gainDB); });
+    follow(settings_.captureGainDB(), [this, gain] { gain->setGainDB(settings_.captureGainDB().get()); });
     auto* const meter = new NightfallToggle(theme_);
     connect(meter, &QAbstractButton::clicked, this, [this](bool on) { settings_.setShowLevelMeter(on); });
     follow(settings_.showLevelMeter(), [this, meter] { meter->setChecked(settings_.showLevelMeter().get()); });
@@ -110,7 +110,7 @@ NightfallSettingsSection* SettingsView::makeRecording() {
 }
 
 void SettingsView::showDevice(const CaptureStatus& status) {
-    const auto& name = status.deviceDescription.empty() ? status.deviceUid : status.deviceDescription;
+    const auto& name = status.deviceDescription.empty() ? status.deviceUID : status.deviceDescription;
     gainRow_->setElidedDescription(name.empty() ? u"No output is in use."_s : u"For "_s + fromUtf8(name));
 }
 

@@ -118,7 +118,7 @@ void WaveformWindowView::observe(const std::shared_ptr<WindowAnimationDriver>& d
     observations_.push_back(session_.sampler().isRunning().observe(refresh));
     observations_.push_back(driver->isRunning().observe(
         [this, &isRunning = driver->isRunning()] { refresh_->setCovered(!isRunning.get()); }));
-    observations_.push_back(session_.sampler().outputDeviceUid().observe(refresh));
+    observations_.push_back(session_.sampler().outputDeviceUID().observe(refresh));
     observations_.push_back(session_.sampler().ringBufferRevision().observe(refresh));
     showError();
 }
@@ -129,8 +129,8 @@ void WaveformWindowView::showStatus(const CaptureStatus& status) {
     const auto state = listeningState(status, isStarting || session_.sampler().isRunning().get());
     dot_->setState(state);
     state_->setContent(listeningText(state, status));
-    levels_->setLevels(status.displayDb);
-    strip_->setLevels(status.displayDb);
+    levels_->setLevels(status.displayDB);
+    strip_->setLevels(status.displayDB);
     showNotice();
     updateSaveButton();
 }

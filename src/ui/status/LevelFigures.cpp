@@ -23,13 +23,13 @@ LevelFigures::LevelFigures(const NightfallTheme& theme, QWidget* parent)
     setFont(NightfallTheme::font(NightfallText::figure));
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(u"Level, left and right"_s);
-    setLevels({CaptureLevelMeter::kInitialDb, CaptureLevelMeter::kInitialDb});
+    setLevels({CaptureLevelMeter::kInitialDB, CaptureLevelMeter::kInitialDB});
     connect(&theme, &NightfallTheme::changed, this, [this] { update(); });
 }
 
-void LevelFigures::setLevels(const std::array<float, 2>& displayDb) {
+void LevelFigures::setLevels(const std::array<float, 2>& displayDB) {
     for (std::size_t channel = 0; channel < texts_.size(); ++channel) {
-        const QString text = figureText(CaptureLevelMeter::readoutText(displayDb[channel]));
+        const QString text = figureText(CaptureLevelMeter::readoutText(displayDB[channel]));
         if (text == texts_[channel]) continue;
         texts_[channel] = text;
         update(figureRect(channel)); // many times a second, while the rest stays

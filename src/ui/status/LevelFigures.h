@@ -14,7 +14,7 @@ namespace rewindle {
 class LevelFigures final : public QWidget {
 public:
     explicit LevelFigures(const NightfallTheme& theme, QWidget* parent = nullptr);
-    void setLevels(const std::array<float, 2>& displayDb);
+    void setLevels(const std::array<float, 2>& displayDB);
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 

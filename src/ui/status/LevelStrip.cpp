@@ -18,7 +18,7 @@ constexpr qreal kBarHeight = 6, kRowHeight = 15, kTop = 4;
 } // namespace
 
 LevelStrip::LevelStrip(const NightfallTheme& theme, QWidget* parent)
-    : QWidget(parent), theme_(theme), displayDb_{CaptureLevelMeter::kInitialDb, CaptureLevelMeter::kInitialDb} {
+    : QWidget(parent), theme_(theme), displayDB_{CaptureLevelMeter::kInitialDB, CaptureLevelMeter::kInitialDB} {
     setFont(NightfallTheme::font(NightfallText::figure));
     setFixedHeight(kHeight);
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -27,8 +27,8 @@ LevelStrip::LevelStrip(const NightfallTheme& theme, QWidget* parent)
     connect(&theme, &NightfallTheme::changed, this, [this] { update(); });
 }
 
-void LevelStrip::setLevels(const std::array<float, 2>& displayDb) {
-    displayDb_ = displayDb;
+void LevelStrip::setLevels(const std::array<float, 2>& displayDB) {
+    displayDB_ = displayDB;
     if (!isVisible()) return; // the readings are those of the next paint
     for (std::size_t channel = 0; channel < shown_.size(); ++channel) {
         const Reading now = reading(channel);
@@ -48,8 +48,8 @@ QRectF LevelStrip::bar(std::size_t channel) const {
 
 LevelStrip::Reading LevelStrip::reading(std::size_t channel) const {
     const double filled =
-        bar(channel).width() * devicePixelRatioF() * CaptureLevelMeter::fraction(displayDb_[channel]);
-    const QString text = figureText(CaptureLevelMeter::readoutText(displayDb_[channel]));
+        bar(channel).width() * devicePixelRatioF() * CaptureLevelMeter::fraction(displayDB_[channel]);
+    const QString text = figureText(CaptureLevelMeter::readoutText(displayDB_[channel]));
     return {static_cast<int>(std::lround(filled)), text + u" dB"_s};
 }
 

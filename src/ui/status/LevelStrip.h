@@ -15,7 +15,7 @@ class LevelStrip final : public QWidget {
 public:
     static constexpr int kHeight = 38;
     explicit LevelStrip(const NightfallTheme& theme, QWidget* parent = nullptr);
-    void setLevels(const std::array<float, 2>& displayDb);
+    void setLevels(const std::array<float, 2>& displayDB);
     [[nodiscard]] QSize sizeHint() const override { return {320, kHeight}; }
 
 protected:
@@ -32,7 +32,7 @@ private:
     void paintChannel(QPainter& painter, std::size_t channel) const;
 
     const NightfallTheme& theme_;
-    std::array<float, 2> displayDb_;
+    std::array<float, 2> displayDB_;
     std::array<Reading, 2> shown_;
 };
 

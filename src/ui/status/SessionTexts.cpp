@@ -15,7 +15,7 @@ ListeningState listeningState(const CaptureStatus& status, bool isWanted) {
 }
 
 QString listeningText(ListeningState state, const CaptureStatus& status) {
-    const auto& description = status.deviceDescription.empty() ? status.deviceUid : status.deviceDescription;
+    const auto& description = status.deviceDescription.empty() ? status.deviceUID : status.deviceDescription;
     switch (state) {
     case ListeningState::listening: return u"Listening to "_s + fromUtf8(description);
     case ListeningState::waiting: return u"Waiting for an output"_s;

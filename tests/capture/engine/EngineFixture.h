@@ -40,15 +40,15 @@ protected:
         EXPECT_THAT(hardware.violations(), testing::IsEmpty());
     }
 
-    void makeEngine(float gainDb) {
+    void makeEngine(float gainDB) {
         engine.reset();
         engine.emplace(
-            RecordingDuration::thirtySeconds, gainDb,
+            RecordingDuration::thirtySeconds, gainDB,
             Rewindle::Services{hardware, queues.capture, queues.control, queues.main, queues.clock, memory, log, 77});
     }
     Rewindle::Callbacks callbacks() {
         Rewindle::Callbacks result;
-        result.onOutputDeviceUidChanged = [this](const std::string& uid) { told.push_back("device " + uid); };
+        result.onOutputDeviceUIDChanged = [this](const std::string& uid) { told.push_back("device " + uid); };
         result.onCaptureStartFailed = [this](const auto& error) { told.push_back("start: " + error.message()); };
         result.onCaptureRestartFailed = [this](const auto& error) { told.push_back("restart: " + error.message()); };
         return result;

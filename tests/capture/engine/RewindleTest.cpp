@@ -19,7 +19,7 @@ TEST_F(RewindleTest, EndsTheOldTapBeforeAStartThatFollowsAStopAtOnce) {
     engine->stop([&] { ++completed; });
     engine->stop([&] { ++completed; });
     EXPECT_FALSE(engine->isRunning().get());
-    EXPECT_EQ(engine->outputDeviceUid().get(), "");
+    EXPECT_EQ(engine->outputDeviceUID().get(), "");
     engine->unfreeze();
     start();
     start(); // does nothing
@@ -27,7 +27,7 @@ TEST_F(RewindleTest, EndsTheOldTapBeforeAStartThatFollowsAStopAtOnce) {
     EXPECT_THAT(hardware.calls(), ElementsAre("stop", "destroy proc", "destroy aggregate", "destroy tap",
                                               "create tap", "create aggregate", "create proc", "start"));
     EXPECT_TRUE(engine->isRunning().get());
-    EXPECT_EQ(engine->outputDeviceUid().get(), "speakers");
+    EXPECT_EQ(engine->outputDeviceUID().get(), "speakers");
     EXPECT_THAT(hardware.tapDescription().excludedProcesses, ElementsAre(77 + 1000)); // leaves itself out
     EXPECT_FALSE(ring().isFrozen());
 }
@@ -39,7 +39,7 @@ TEST_F(RewindleTest, HearsNothingMoreFromARunThatWasStopped) {
     EXPECT_EQ(hardware.starts(), 1);
     engine->stop(); // before the interface thread learns of the start
     queues.settle();
-    EXPECT_EQ(engine->outputDeviceUid().get(), "");
+    EXPECT_EQ(engine->outputDeviceUID().get(), "");
     EXPECT_THAT(told, IsEmpty());
 }
 
@@ -78,6 +78,9 @@ TEST_F(RewindleTest, EndsWithTheLastFrameHeardAndFadesInFromTheFirstAtEveryRateH
         }
         engine->stop();
         queues.settle();
+        const auto stopped = left();
+        ASSERT_EQ(stopped.size(), 2 * seam) << "a stop keeps the end, too";
+        EXPECT_NEAR(stopped.back(), whole[seam - 1], 1e-6);
     }
 }
 
@@ -93,7 +96,7 @@ TEST_F(RewindleTest, RetriesAFirstStartEveryThreeSecondsAndReportsItOnce) {
     hardware.setDefaultDevice(kNoAudioObject);
     start();
     EXPECT_TRUE(engine->isRunning().get());
-    EXPECT_EQ(engine->outputDeviceUid().get(), "");
+    EXPECT_EQ(engine->outputDeviceUID().get(), "");
     queues.runFor(8s);
     EXPECT_THAT(hardware.calls(),
                 ElementsAre("create tap", "destroy tap", "create tap", "destroy tap", "create tap", "destroy tap"));
@@ -101,7 +104,7 @@ TEST_F(RewindleTest, RetriesAFirstStartEveryThreeSecondsAndReportsItOnce) {
 
     hardware.setDefaultDevice(kSpeakers);
     queues.runFor(3s);
-    EXPECT_EQ(engine->outputDeviceUid().get(), "speakers");
+    EXPECT_EQ(engine->outputDeviceUID().get(), "speakers");
     EXPECT_FALSE(queues.nextDue());
 
     engine->stop();

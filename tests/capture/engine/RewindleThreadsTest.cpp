@@ -37,8 +37,8 @@ protected:
         std::promise<void> runs;
         onInterface([&] {
             Rewindle::Callbacks callbacks;
-            callbacks.captureGainDbForOutputDeviceUid = [](const std::string&) { return 0.0F; };
-            callbacks.onOutputDeviceUidChanged = [this, &runs](const std::string&) {
+            callbacks.captureGainDBForOutputDeviceUID = [](const std::string&) { return 0.0F; };
+            callbacks.onOutputDeviceUIDChanged = [this, &runs](const std::string&) {
                 if (devicesSeen++ == 0) runs.set_value();
             };
             engine->start(std::move(callbacks));
@@ -122,8 +122,8 @@ TEST_F(RewindleThreads, SurvivesRouteChangesFreezesGainsAndDurationsWhileAudioIs
                 engine->setGain(static_cast<float>(round % 5), round % 2 == 0);
                 engine->setDuration(kAllRecordingDurations[round % 3]);
                 engine->levelMeter().advance(0.01);
-                EXPECT_GE(engine->levelMeter().displayDb(0), -80) << "no number";
-                EXPECT_GE(engine->levelMeter().recentLevels().displayDb[1], -80) << "no number";
+                EXPECT_GE(engine->levelMeter().displayDB(0), -80) << "no number";
+                EXPECT_GE(engine->levelMeter().recentLevels().displayDB[1], -80) << "no number";
                 const auto now = engine->ringBuffer().get()->info().totalFramesWritten;
                 EXPECT_GE(now, frames);
                 frames = now;
@@ -132,7 +132,7 @@ TEST_F(RewindleThreads, SurvivesRouteChangesFreezesGainsAndDurationsWhileAudioIs
         }
     }
     player.join();
-    onInterface([&] { EXPECT_EQ(engine->outputDeviceUid().get(), "headphones"); });
+    onInterface([&] { EXPECT_EQ(engine->outputDeviceUID().get(), "headphones"); });
 }
 
 TEST_F(RewindleThreads, StartsStopsAndEndsAtAnyMoment) {

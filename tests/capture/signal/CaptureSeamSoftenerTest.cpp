@@ -39,7 +39,7 @@ TEST(CaptureSeamSoftenerTest, LeavesEveryBitAloneAtUnityGain) {
 TEST(CaptureSeamSoftenerTest, GivesEachFrameTheGainOfItsGlideTimesThatOfItsFadeWhateverTheBufferSize) {
     constexpr auto kFadeIn = std::nullopt;
     const struct {
-        std::optional<float> gainDb; // none: a fade in
+        std::optional<float> gainDB; // none: a fade in
         bool glides;
         std::size_t frames; // until the next change
     } changes[] = {
@@ -54,11 +54,11 @@ TEST(CaptureSeamSoftenerTest, GivesEachFrameTheGainOfItsGlideTimesThatOfItsFadeW
         float from = 1, to = 1;
         int glided = 480, faded = 480;
         const auto glide = [&] { return glided == 480 ? to : from + (to - from) * static_cast<float>(glided) / 480; };
-        for (const auto& [gainDb, glides, frames] : changes) {
-            if (gainDb) {
-                softener.setGain(*gainDb, glides);
+        for (const auto& [gainDB, glides, frames] : changes) {
+            if (gainDB) {
+                softener.setGain(*gainDB, glides);
                 from = glide();
-                to = std::pow(10.0F, *gainDb / 20);
+                to = std::pow(10.0F, *gainDB / 20);
                 glided = glides ? 0 : 480;
             } else {
                 softener.beginFadeIn();
@@ -68,7 +68,7 @@ TEST(CaptureSeamSoftenerTest, GivesEachFrameTheGainOfItsGlideTimesThatOfItsFadeW
                 glided = std::min(glided + 1, 480);
                 faded = std::min(faded + 1, 480);
                 const float expected = glide() * (static_cast<float>(faded) / 480);
-                ASSERT_NEAR(seen, expected, glided == 480 ? 0 : 1e-5F * std::max(from, to)) << gainDb.value_or(99);
+                ASSERT_NEAR(seen, expected, glided == 480 ? 0 : 1e-5F * std::max(from, to)) << gainDB.value_or(99);
             }
         }
     }

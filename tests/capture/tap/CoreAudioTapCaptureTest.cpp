@@ -99,7 +99,7 @@ TEST_F(CoreAudioTapCaptureTest, MovesToADeviceThatBecameTheDefaultBeforeThereWas
     fire(AudioProperty::defaultOutputDevice); // back on the same one
     queues.runFor(1s);
     EXPECT_EQ(restarts().size(), 2U);
-    EXPECT_THAT(changedUids, ElementsAre("speakers", "headphones"));
+    EXPECT_THAT(changedUIDs, ElementsAre("speakers", "headphones"));
 }
 
 TEST_F(CoreAudioTapCaptureTest, RestartsForAChangedDeviceListOnlyWhenItConcernsCapture) {

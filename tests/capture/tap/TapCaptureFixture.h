@@ -21,7 +21,7 @@ protected:
     CoreAudioTapCapture::Callbacks callbacks() {
         CoreAudioTapCapture::Callbacks result;
         result.onBuffer = [this](const AudioPCMBuffer& buffer) { framesReceived += buffer.frameLength; };
-        result.onOutputDeviceUIDChanged = [this](const std::string& uid) { changedUids.push_back(uid); };
+        result.onOutputDeviceUIDChanged = [this](const std::string& uid) { changedUIDs.push_back(uid); };
         result.onCaptureRestartFailed = [this](const CoreAudioTapCaptureError& error) { failures.push_back(error); };
         result.onOutputDeviceChosen = [this](const std::string& uid, std::int64_t) {
             events.push_back("chosen " + uid);
@@ -68,7 +68,7 @@ protected:
     std::shared_ptr<CoreAudioTapCapture> tap =
         std::make_shared<CoreAudioTapCapture>(hardware, queues.capture, queues.control, queues.main, log, kPid);
     std::int64_t framesReceived = 0;
-    std::vector<std::string> changedUids, events;
+    std::vector<std::string> changedUIDs, events;
     std::vector<CoreAudioTapCaptureError> failures;
 };
 

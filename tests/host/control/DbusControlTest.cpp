@@ -136,14 +136,14 @@ TEST_F(DbusControlTest, ExportEndsWhenTheInstanceOrTheBusVanishesInTheMiddle) {
 TEST_F(DbusControlTest, StatusTellsEverythingThatTheInstanceKnows) {
     control_.status = {.running = true,
                        .frozen = true,
-                       .deviceUid = "sink",
+                       .deviceUID = "sink",
                        .deviceDescription = "Lautsprecher \"groß\"",
                        .durationSeconds = 600,
                        .retainedSeconds = 1.5,
                        .totalFrames = 1LL << 40,
-                       .gainDb = -2.5F,
-                       .displayDb = {-3, -4},
-                       .holdDb = {-1, -2},
+                       .gainDB = -2.5F,
+                       .displayDB = {-3, -4},
+                       .holdDB = {-1, -2},
                        .troubles = {1, 2, 3, 1ULL << 40},
                        .lastError = "an error"};
     expectDone(run("status --json"), QString::fromUtf8(statusJson(control_.status)));

@@ -53,7 +53,7 @@ TEST_F(NightfallComponentsTest, SliderStepsCatchesAtZeroAndGoesBackThere) {
     QObject::connect(&slider, &NightfallSlider::gainChosen, &window, [&](float gain) { chosen.push_back(gain); });
     const auto key = [&](Qt::Key which) {
         QTest::keyClick(&slider, which);
-        return slider.gainDb();
+        return slider.gainDB();
     };
     EXPECT_FLOAT_EQ(key(Qt::Key_Right), 0.5F);
     EXPECT_FLOAT_EQ(key(Qt::Key_PageUp), 3.5F);
@@ -64,17 +64,17 @@ TEST_F(NightfallComponentsTest, SliderStepsCatchesAtZeroAndGoesBackThere) {
 
     // A click takes the knob there; near the middle it catches.
     QTest::mouseClick(&slider, Qt::LeftButton, {}, {2, slider.height() / 2});
-    EXPECT_FLOAT_EQ(slider.gainDb(), -20);
+    EXPECT_FLOAT_EQ(slider.gainDB(), -20);
     bool hasCaught = false;
     for (int x = 0; x < slider.width(); ++x) {
         QTest::mouseClick(&slider, Qt::LeftButton, {}, {x, slider.height() / 2});
-        hasCaught |= slider.gainDb() == 0.0F;
-        EXPECT_TRUE(slider.gainDb() == 0.0F || std::abs(slider.gainDb()) > 0.55F);
+        hasCaught |= slider.gainDB() == 0.0F;
+        EXPECT_TRUE(slider.gainDB() == 0.0F || std::abs(slider.gainDB()) > 0.55F);
     }
     EXPECT_TRUE(hasCaught);
-    EXPECT_FLOAT_EQ(slider.gainDb(), 20);
+    EXPECT_FLOAT_EQ(slider.gainDB(), 20);
     QTest::mouseDClick(&slider, Qt::LeftButton, {}, {2, slider.height() / 2});
-    EXPECT_FLOAT_EQ(slider.gainDb(), 0);
+    EXPECT_FLOAT_EQ(slider.gainDB(), 0);
 }
 
 TEST_F(NightfallComponentsTest, SliderShowsAGainFromElsewhereWithoutChoosingIt) {
@@ -82,7 +82,7 @@ TEST_F(NightfallComponentsTest, SliderShowsAGainFromElsewhereWithoutChoosingIt) 
     slider.setAccessibleName(u"Gain trim"_s);
     int choices = 0;
     QObject::connect(&slider, &NightfallSlider::gainChosen, &window, [&] { ++choices; });
-    slider.setGainDb(-6.25F);
+    slider.setGainDB(-6.25F);
     EXPECT_EQ(slider.valueText(), u"−6.3 dB"_s);
     EXPECT_EQ(choices, 0);
     auto* const accessible = QAccessible::queryAccessibleInterface(&slider);

@@ -105,7 +105,7 @@ TEST_F(MainWindowTest, NothingIsDrawnAnewWhenNothingChanged) {
         return painted.region.boundingRect();
     };
     EXPECT_EQ(again(), QRect());
-    control.status.displayDb = {-20.0F, -9.8F};
+    control.status.displayDB = {-20.0F, -9.8F};
     const auto& levels = find<QWidget>(window, u"Level, left and right"_s);
     const QRect figure = again();
     EXPECT_FALSE(figure.isEmpty());

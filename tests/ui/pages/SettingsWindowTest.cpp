@@ -42,11 +42,11 @@ TEST_F(SettingsWindowTest, ShowsWhatChangesElsewhere) {
     defaults.stored(CaptureDeviceGainStore::kStorageKey, DefaultsDictionary{{"headphones", -6.0}});
     openSettings();
     auto& gain = the<NightfallSlider>(u"Gain trim"_s);
-    EXPECT_FLOAT_EQ(gain.gainDb(), 0);
+    EXPECT_FLOAT_EQ(gain.gainDB(), 0);
     EXPECT_THAT(visibleTexts(*settingsWindow), Contains("For Built-in Audio"));
     control.status.deviceDescription = "Headphones";
     switchTo(kHeadphones);
-    EXPECT_FLOAT_EQ(gain.gainDb(), -6);
+    EXPECT_FLOAT_EQ(gain.gainDB(), -6);
     EXPECT_THAT(visibleTexts(*settingsWindow), Contains("For Headphones"));
     EXPECT_EQ(defaults.value<DefaultsDictionary>(CaptureDeviceGainStore::kStorageKey),
               (DefaultsDictionary{{"headphones", -6.0}})); // showing it is no choice
