@@ -30,6 +30,7 @@ TEST(CommandLineTest, UnderstandsEveryCommandAsPeopleTypeIt) {
         {{"--headless", "--duration", "600"}, HeadlessCommand{RecordingDuration::tenMinutes}},
         {{"--duration=45", "--headless"}, HeadlessCommand{RecordingDuration::fortyFiveSeconds}},
         {{"export", "--last", "30"}, clip(30)},
+        {{"export", "--last=2.5"}, clip(2.5)},
         {{"export", "--all"}, clip({})},
         {{"export", "--folder", "my clips", "--last", "10"}, clip(10, "my clips")},
         {{"export", "--all", "--folder=--odd"}, clip({}, "--odd")},
@@ -41,6 +42,7 @@ TEST(CommandLineTest, UnderstandsEveryCommandAsPeopleTypeIt) {
         {{"gain", "-6"}, gain(-6)},
         {{"gain", "+3.5"}, gain(3.5)},
         {{"quit"}, ControlCommand(QuitCommand{})},
+        {{"--version"}, VersionCommand{}},
         {{"--help"}, HelpCommand{}},
         {{"export", "--help"}, HelpCommand{}},
     };
@@ -62,6 +64,7 @@ TEST(CommandLineTest, RefusesWhatMakesNoSenseAndNamesTheCulprit) {
         {{"export", "--last", "--all"}, "'--all'"},
         {{"export", "--last", "0"}, "'0'"},
         {{"export", "--last", " 5"}, "' 5'"},
+        {{"export", "--last", "inf"}, "'inf'"},
         {{"export", "--last", "nan"}, "'nan'"},
         {{"export", "--last", "1e999"}, "'1e999'"},
         {{"export", "--lasting", "5"}, "'--lasting'"},
