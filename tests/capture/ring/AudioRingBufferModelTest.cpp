@@ -2,6 +2,7 @@
 
 #include "capture/ring/RangeCopy.h"
 #include "capture/ring/RingSamples.h"
+#include "fakes/AllocationCounter.h"
 #include "fakes/HeapAudioMemory.h"
 
 #include <algorithm>
@@ -151,7 +152,9 @@ protected:
             model_.append(samples);
         } else if (kind < 26) {
             const Position frames = someLength() - between(0, 3); // none, and less than none, too
+            const auto before = allocationsOfThisThread();
             ring_->fadeOutTail(frames);
+            EXPECT_EQ(allocationsOfThisThread(), before);
             model_.fadeOutTail(frames);
         } else if (kind < 29) {
             model_.isFrozen = between(0, 2) == 0;

@@ -74,5 +74,17 @@ TEST(CaptureSeamSoftenerTest, GivesEachFrameTheGainOfItsGlideTimesThatOfItsFadeW
     }
 }
 
+TEST(CaptureSeamSoftenerTest, ABufferInAnotherFormatIsLeftAloneAndUsesUpNoFade) {
+    CaptureSeamSoftener softener;
+    softener.beginFadeIn();
+    softener.delayFadeIn(4);
+    std::vector<float> samples(16, 1.0F);
+    softener.process({.frameLength = 16, .channels = {samples.data(), nullptr}});
+    softener.process({.frameLength = 0, .channels = {samples.data(), samples.data()}});
+    softener.process({.frameLength = 8, .isInterleaved = true, .channels = {samples.data(), samples.data()}});
+    EXPECT_EQ(samples, std::vector<float>(16, 1.0F));
+    EXPECT_EQ(gains(softener, 5, 5), (std::vector{0.0F, 0.0F, 0.0F, 0.0F, 1.0F / 480.0F}));
+}
+
 } // namespace
 } // namespace rewindle::test
