@@ -1,12 +1,15 @@
 #include "program/SessionHost.h"
 
+#include "program/Environment.h"
+
 #include <QCoreApplication>
 
 namespace rewindle {
 
 SessionHost::SessionHost(const Desktop& desktop, std::optional<RecordingDuration> durationForThisRun,
                          std::function<void()> onQuit)
-    : log_(desktop.log), defaults_(JsonDefaultsStore::defaultFile(), Log(log_, "Settings")),
+    : log_(desktop.log), hardware_(controlQueue_, captureQueue_, clock_, log_, environmentText("REWINDLE_PASSIVE")),
+      defaults_(JsonDefaultsStore::defaultFile(), Log(log_, "Settings")),
       consent_(ConsentRecord(ConsentRecord::defaultFile(), Log(log_, "Consent")), QDBusConnection::sessionBus(),
                Log(log_, "Consent")),
       session_({.settings = {.defaults = defaults_,

@@ -58,7 +58,7 @@ private:
     ThreadSerialQueue exportQueue_{"com.rewindle.export"};
     PipeWireLoopQueue captureQueue_{"com.rewindle.audio"};
     PipeWireLoopQueue controlQueue_{"com.rewindle.audio.control"};
-    PipeWireAudioHardware hardware_{controlQueue_, captureQueue_, clock_, log_};
+    PipeWireAudioHardware hardware_;
     JsonDefaultsStore defaults_;
     StoredConsent consent_;
     QtProcessLauncher launcher_;

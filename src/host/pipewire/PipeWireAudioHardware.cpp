@@ -7,9 +7,9 @@
 namespace rewindle {
 
 PipeWireAudioHardware::PipeWireAudioHardware(PipeWireLoopQueue& controlQueue, PipeWireLoopQueue& captureQueue,
-                                             const Clock& clock, LogSink& log)
+                                             const Clock& clock, LogSink& log, std::string passiveness)
     : controlQueue_(controlQueue), captureQueue_(captureQueue), clock_(clock), logSink_(log),
-      log_(log, "CoreAudioTap") {
+      log_(log, "CoreAudioTap"), passiveness_(std::move(passiveness)) {
     controlQueue_.sync([this] {
         connection_ = std::make_unique<PipeWireConnection>(controlQueue_, logSink_, connectionHandlers());
     });
@@ -57,8 +57,8 @@ AudioResult<AudioObjectID> PipeWireAudioHardware::translateProcess(std::int64_t 
 AudioResult<AudioObjectID> PipeWireAudioHardware::createProcessTap(const ProcessTapDescription& description) {
     if (!connection_->isConnected()) {
         assert(devices_.empty());
-        routes_.clear(); // made on the connection that is gone
-        passive_ = true; // it may be another server
+        routes_.clear();   // made on the connection that is gone
+        isPassive_ = true; // it may be another server
         observedRate_.reset();
         if (const int failure = connection_->connect(); failure < 0) return failure;
     }
@@ -209,13 +209,18 @@ std::unique_ptr<TapReceiver> PipeWireAudioHardware::makeReceiver(AudioObjectID i
             [this, id](bool hadCycles) {
                 controlQueue_.async([this, id, hadCycles] {
                     log_.warning("[route] the output device runs, but its monitor gives nothing");
-                    if (!hadCycles) passive_ = false;
+                    if (!hadCycles) isPassive_ = false;
                     notify(id, AudioProperty::tapInterrupted);
                 });
             },
     };
     return std::make_unique<TapReceiver>(std::move(setup), clock_, logSink_, pace_, troubles_, device.proc,
                                          std::move(handlers));
+}
+
+std::string PipeWireAudioHardware::tapPassiveness() const {
+    if (!isPassive_) return "false";
+    return passiveness_.empty() ? connection_->serverVersion().passiveListener() : passiveness_;
 }
 
 AudioResult<void> PipeWireAudioHardware::startDevice(AudioObjectID id) {
@@ -231,8 +236,8 @@ AudioResult<void> PipeWireAudioHardware::startDevice(AudioObjectID id) {
     device.receiver = makeReceiver(id, device, ports);
     device.delivery = std::make_unique<TapDelivery>(*device.receiver, captureQueue_);
     device.node = std::make_unique<TapNode>(
-        *connection_, logSink_, TapNode::Setup{*sink, device.description.name, ports, passive_}, *device.receiver,
-        *device.delivery, [this, id] { notify(id, AudioProperty::tapInterrupted); });
+        *connection_, logSink_, TapNode::Setup{*sink, device.description.name, ports, tapPassiveness()},
+        *device.receiver, *device.delivery, [this, id] { notify(id, AudioProperty::tapInterrupted); });
     if (const int failure = device.node->start(); failure < 0) {
         device.node.reset();
         device.delivery.reset();

@@ -26,8 +26,9 @@ namespace rewindle {
 class PipeWireAudioHardware final : public AudioHardware {
 public:
     /// I/O procedures run on `captureQueue`, whatever listens and everything else on `controlQueue`.
+    /// `passiveness` is a tap's `node.passive`, where it is not to be chosen by the server's version.
     PipeWireAudioHardware(PipeWireLoopQueue& controlQueue, PipeWireLoopQueue& captureQueue, const Clock& clock,
-                          LogSink& log);
+                          LogSink& log, std::string passiveness = {});
     ~PipeWireAudioHardware() override;
 
     AudioResult<AudioObjectID> translateProcess(std::int64_t pid) override;
@@ -78,6 +79,7 @@ private:
         Listener listener;
     };
 
+    [[nodiscard]] std::string tapPassiveness() const;
     [[nodiscard]] std::optional<PipeWireGraph::ID> sinkWithUID(const std::string& uid) const;
     [[nodiscard]] std::vector<PipeWireGraph::Port> waitForMonitorPorts(PipeWireGraph::ID sink);
     [[nodiscard]] std::unique_ptr<TapReceiver> makeReceiver(AudioObjectID id, const Device& device,
@@ -93,6 +95,7 @@ private:
     const Clock& clock_;
     LogSink& logSink_;
     const Log log_;
+    const std::string passiveness_;
     std::atomic<DeliveryPace> pace_{DeliveryPace::relaxed};
     TroubleCounters troubles_;
 
@@ -105,7 +108,7 @@ private:
     AudioObjectID nextObject_ = 0x10000; // apart from the server's own numbers, which start at 0
     std::uint32_t nextId_ = 1;
     std::optional<double> observedRate_; // at which cycles came, where the server's settings say otherwise
-    bool passive_ = true;                // until a running sink leaves a passive tap without cycles
+    bool isPassive_ = true;              // until a running sink leaves a passive tap without cycles
 
     // Capture queue only
     std::map<AudioObjectID, TapReceiver*> receivers_;

@@ -1,12 +1,10 @@
 #include "host/pipewire/PipeWireConnection.h"
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <map>
 #include <pipewire/extensions/metadata.h>
+#include <pipewire/pipewire.h>
 #include <string_view>
-#include <tuple>
 
 namespace rewindle {
 namespace {
@@ -14,9 +12,9 @@ namespace {
 // A server that is alive answers in microseconds; one that does not in this time is as good as gone.
 constexpr std::chrono::milliseconds kPatience(2000);
 
-/// The configuration for clients with a real-time thread, under the name that older releases have for it.
 PipeWireHandle<pw_context> makeContext(pw_loop* loop) {
-    auto* realTime = pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr);
+    const auto configuration = PipeWireVersion::parse(pw_get_library_version()).realTimeClientConfiguration();
+    auto* realTime = pw_properties_new(PW_KEY_CONFIG_NAME, configuration.c_str(), nullptr);
     PipeWireHandle<pw_context> context(pw_context_new(loop, realTime, 0));
     if (!context) context.reset(pw_context_new(loop, nullptr, 0));
     return context;
@@ -40,7 +38,7 @@ struct PipeWireConnection::Session {
     PipeWireHook registryHook;
     PipeWireHook coreHook;
     PipeWireGraph graph;
-    std::array<int, 3> version{};
+    PipeWireVersion version;
     int doneSequence = -1;
     bool lost = false;
     bool ready = false; // the first picture is complete; from then on changes are told
@@ -50,7 +48,7 @@ struct PipeWireConnection::Session {
             pw_core_events events{};
             events.version = PW_VERSION_CORE_EVENTS;
             events.info = [](void* self, const pw_core_info* info) {
-                static_cast<Session*>(self)->setVersion(info->version);
+                if (info->version) static_cast<Session*>(self)->version = PipeWireVersion::parse(info->version);
             };
             events.done = [](void* self, std::uint32_t id, int sequence) {
                 if (id == PW_ID_CORE) static_cast<Session*>(self)->doneSequence = sequence;
@@ -79,10 +77,6 @@ struct PipeWireConnection::Session {
     }
 
     [[nodiscard]] pw_registry* asRegistry() const { return reinterpret_cast<pw_registry*>(registry.get()); }
-
-    void setVersion(const char* text) {
-        if (text) std::ignore = std::sscanf(text, "%d.%d.%d", &version[0], &version[1], &version[2]);
-    }
 
     void handleError(std::uint32_t id, int result, const char* message) {
         owner.log_.debug("sound server error " + std::to_string(result) + ": " + (message ? message : ""));
@@ -199,8 +193,8 @@ PipeWireProxy PipeWireConnection::bind(PipeWireGraph::ID id, const char* type, s
     return PipeWireProxy(static_cast<pw_proxy*>(pw_registry_bind(session_->asRegistry(), id, type, version, 0)));
 }
 
-bool PipeWireConnection::serverIsAtLeast(int major, int minor, int micro) const {
-    return session_ && session_->version >= std::array{major, minor, micro};
+PipeWireVersion PipeWireConnection::serverVersion() const {
+    return session_ ? session_->version : PipeWireVersion{};
 }
 
 } // namespace rewindle

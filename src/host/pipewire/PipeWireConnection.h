@@ -4,6 +4,7 @@
 #include "host/pipewire/PipeWireGraph.h"
 #include "host/pipewire/PipeWireHandles.h"
 #include "host/pipewire/PipeWireLoopQueue.h"
+#include "host/pipewire/PipeWireVersion.h"
 
 #include <chrono>
 #include <functional>
@@ -48,8 +49,8 @@ public:
     [[nodiscard]] pw_core* core() const;
     /// A global bound to a proxy of the interface `type`; null on failure.
     [[nodiscard]] PipeWireProxy bind(PipeWireGraph::ID id, const char* type, std::uint32_t version);
-    /// True when the server is at least this version.
-    [[nodiscard]] bool serverIsAtLeast(int major, int minor, int micro) const;
+    /// 0.0.0 while there is no connection.
+    [[nodiscard]] PipeWireVersion serverVersion() const;
 
 private:
     struct Session;

@@ -70,11 +70,7 @@ int TapNode::makeFilter() {
                           PW_KEY_NODE_VIRTUAL, "true", PW_KEY_NODE_LATENCY, kLatency, PW_KEY_NODE_AUTOCONNECT,
                           "false", PW_KEY_NODE_DONT_RECONNECT, "true", "node.dont-move", "true", "node.dont-fallback",
                           "true", "state.restore-props", "false", "state.restore-target", "false", nullptr);
-    // From 1.5.81 on a node says itself that its inputs follow what they listen to; before, each link says
-    // it.
-    if (setup_.passive && connection_.serverIsAtLeast(1, 5, 81)) {
-        pw_properties_set(properties, PW_KEY_NODE_PASSIVE, "in-follow");
-    }
+    pw_properties_set(properties, PW_KEY_NODE_PASSIVE, setup_.passive.c_str());
     filter_.reset(pw_filter_new(connection_.core(), setup_.description.c_str(), properties));
     if (!filter_) return -errno;
     pw_filter_add_listener(filter_.get(), filterHook_.get(), &events, this);
@@ -106,7 +102,9 @@ int TapNode::makeLinks() {
         setNumber(*properties, PW_KEY_LINK_OUTPUT_PORT, monitor);
         setNumber(*properties, PW_KEY_LINK_INPUT_NODE, node_);
         setNumber(*properties, PW_KEY_LINK_INPUT_PORT, input);
-        if (setup_.passive) pw_properties_set(properties.get(), PW_KEY_LINK_PASSIVE, "true");
+        if (connection_.serverVersion().linksArePassive()) {
+            pw_properties_set(properties.get(), PW_KEY_LINK_PASSIVE, setup_.passive == "false" ? "false" : "true");
+        }
         auto* link = pw_core_create_object(connection_.core(), "link-factory", PW_TYPE_INTERFACE_Link,
                                            PW_VERSION_LINK, &properties->dict, 0);
         if (!link) return -errno;

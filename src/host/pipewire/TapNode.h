@@ -31,7 +31,7 @@ public:
         PipeWireGraph::ID sink = 0;
         std::string description;
         std::vector<PipeWireGraph::Port> monitorPorts; // at least one
-        bool passive = true;                           // lets the sink suspend
+        std::string passive;                           // the node's `node.passive`, which lets the sink suspend
     };
 
     TapNode(PipeWireConnection& connection, LogSink& log, Setup setup, TapReceiver& receiver, TapDelivery& delivery,
