@@ -86,6 +86,11 @@ struct Runner {
         return print(outcome.output);
     }
     int operator()(const HeadlessCommand& command) const {
+        // Before memory is taken, whose limits would be complained about.
+        const auto running = askInstance([](const InstanceClient& client) { return client.find(); });
+        if (running == InstanceAnswer::windowed || running == InstanceAnswer::headless) {
+            return fail(ExitCode::failed, kAlreadyRunning);
+        }
         return withoutDisplay(argv, [&] { return HeadlessProgram(log, command.duration).run(); });
     }
     int operator()(const ConsentCommand& command) const {
@@ -107,15 +112,22 @@ struct Runner {
         return program.run(command.hidden);
     }
 
-    /// What to exit with when an instance runs already; none when this one has to do the work.
-    [[nodiscard]] std::optional<int> handOver(const WindowCommand& command) const {
-        const auto answer = withoutDisplay(argv, [&] {
+    template <class Question>
+    [[nodiscard]] InstanceAnswer askInstance(Question question) const {
+        return withoutDisplay(argv, [&] {
             // A connection of its own: the shared one would deliver nothing more once this application object is gone.
             const auto name = QStringLiteral("handover");
             const InstanceClient client(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name));
-            const auto found = command.hidden ? client.find() : client.activate(ActivationToken::fromEnvironment());
+            const auto found = question(client);
             QDBusConnection::disconnectFromBus(name);
             return found;
+        });
+    }
+
+    /// What to exit with when an instance runs already; none when this one has to do the work.
+    [[nodiscard]] std::optional<int> handOver(const WindowCommand& command) const {
+        const auto answer = askInstance([&](const InstanceClient& client) {
+            return command.hidden ? client.find() : client.activate(ActivationToken::fromEnvironment());
         });
         switch (answer) {
         case InstanceAnswer::shown:

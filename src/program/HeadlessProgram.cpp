@@ -33,7 +33,7 @@ void HeadlessProgram::startWindow(const ActivationToken& token) {
 
 int HeadlessProgram::run() {
     if (service_.start() == DbusControlService::Start::alreadyRunning) {
-        return fail(ExitCode::failed, "another instance is running already");
+        return fail(ExitCode::failed, kAlreadyRunning);
     }
     auto& permission = host_.session().permission();
     host_.session().begin();
