@@ -15,6 +15,14 @@
 
 namespace rewindle::test {
 
+/// Makes a window the active one, as the desktop would; with null, another program's is.
+inline void setActiveWindow(QWidget* window) {
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED // from Qt 6.5 on, which has nothing else that does it without a desktop
+    QApplication::setActiveWindow(window);
+    QT_WARNING_POP
+}
+
 /// A session of which somebody looks at the windows.
 class UiFixture : public SessionFixture {
 protected:
@@ -45,7 +53,7 @@ protected:
     static Widget& present(Widget& window, QSize size) {
         window.resize(size);
         window.show();
-        QApplication::setActiveWindow(&window);
+        setActiveWindow(&window);
         QApplication::processEvents();
         return window;
     }

@@ -13,6 +13,8 @@ using NightfallTextColor = QColor NightfallPalette::*;
 ///
 /// Lifecycle: `theme` outlives it.
 class NightfallLabel : public QLabel {
+    Q_OBJECT
+
 public:
     NightfallLabel(const NightfallTheme& theme, NightfallText font,
                    NightfallTextColor color = &NightfallPalette::text, QWidget* parent = nullptr);

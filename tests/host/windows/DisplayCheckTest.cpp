@@ -68,7 +68,7 @@ TEST_F(DisplayCheckTest, TellsWhetherAnXServerLetsUsIn) {
         EXPECT_EQ(problemOnX11(dead), "the X server \"" + std::string(dead) + "\" cannot be opened");
     }
     const XServer forwarded(session().folder(), "-listen tcp");
-    EXPECT_EQ(problemOnX11("localhost:" + forwarded.display() + ".0"), "");
+    EXPECT_EQ(problemOnX11("127.0.0.1:" + forwarded.display() + ".0"), "");
 }
 
 TEST_F(DisplayCheckTest, TellsWhenAnXServerRefusesUs) {

@@ -146,7 +146,7 @@ TEST_F(NightfallComponentsTest, DialogIsAnsweredOnceAndRefusedWhenTheUserLeavesI
         SCOPED_TRACE(name);
         std::vector<bool> answers;
         const QPointer dialog = askForSystemAudio(*theme, nullptr, [&](bool answer) { answers.push_back(answer); });
-        QApplication::setActiveWindow(dialog);
+        setActiveWindow(dialog);
         QApplication::processEvents();
         leave(*dialog);
         QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

@@ -106,7 +106,7 @@ TEST_F(MainWindowTest, NothingIsDrawnAnewWhenNothingChanged) {
     };
     EXPECT_EQ(again(), QRect());
     control.status.displayDB = {-20.0F, -9.8F};
-    const auto& levels = find<QWidget>(window, u"Level, left and right"_s);
+    auto& levels = find<QWidget>(window, u"Level, left and right"_s);
     const QRect figure = again();
     EXPECT_FALSE(figure.isEmpty());
     EXPECT_TRUE(QRect(levels.mapTo(&window, QPoint(0, 0)), levels.size()).contains(figure));

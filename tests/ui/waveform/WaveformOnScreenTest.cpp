@@ -108,10 +108,10 @@ TEST_F(WaveformOnScreenTest, AKeyThatIsHeldFreezesOnceThoughItGoesUpInBetween) {
 }
 
 TEST_F(WaveformOnScreenTest, APressThatActivatesTheWindowOnlyDoesThat) {
-    QApplication::setActiveWindow(nullptr);
+    setActiveWindow(nullptr);
     click(100);
     EXPECT_FALSE(editor().marks().hasMarks());
-    QApplication::setActiveWindow(&*mainWindow);
+    setActiveWindow(&*mainWindow);
     queues.clock.advance(99ms);
     click(100);
     EXPECT_FALSE(editor().marks().hasMarks()) << "the window was faster";
@@ -119,8 +119,8 @@ TEST_F(WaveformOnScreenTest, APressThatActivatesTheWindowOnlyDoesThat) {
     click(100);
     EXPECT_TRUE(editor().marks().hasMarks());
 
-    QApplication::setActiveWindow(nullptr);
-    QApplication::setActiveWindow(&*mainWindow);
+    setActiveWindow(nullptr);
+    setActiveWindow(&*mainWindow);
     press(*mainWindow, Qt::Key_Escape);
     click(200);
     EXPECT_TRUE(editor().marks().hasMarks()) << "a key came in between";
