@@ -130,6 +130,23 @@ TEST(Route, CaptureComesBackWhenTheServerIsKilledAndStartsAgain) {
     EXPECT_EQ(recorder.logCount("restarting capture"), restarts) << "capture that runs was cut again";
 }
 
+TEST(Route, WhereAPassiveTapNeverRunsItIsLinkedActivelyRatherThanRecordNothing) {
+    const PrivateSession session;
+    session.addDefaultSink("out");
+    const Recorder recorder(
+        session, RecorderStart{.arguments = "--headless", .variables = "LD_PRELOAD=" REWINDLE_SLEEPING_TAP});
+    ASSERT_TRUE(eventually([&] { return session.session("state", "out") == "suspended"; }))
+        << "the tap is not asleep";
+    play(session, noise(4, 13)); // who is not heard for 2 s
+    EXPECT_EQ(recorder.logCount("the output device runs, but its monitor gives nothing"), 1);
+    ASSERT_TRUE(eventually([&] { return recorder.isCapturing(); }));
+    waitForCapture(recorder);
+    const auto sound = noise(1, 14);
+    play(session, padded(sound));
+    EXPECT_TRUE(find(sound, recorder.lastSeconds(5)));
+    EXPECT_EQ(recorder.logCount("restarting capture"), 1);
+}
+
 TEST(Route, CaptureBeginsByItselfOnceThereIsAServerAndAnOutput) {
     struct Case {
         bool server;
