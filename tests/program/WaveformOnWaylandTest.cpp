@@ -1,5 +1,5 @@
 // The live waveform on a Wayland desktop: in a window of the private display, where it has a mouse, a keyboard and the
-// compositor's frames, and on a compositor without any of these.
+// compositor's frames, on a compositor without any of these, and among other windows.
 
 #include "program/LiveWaveform.h"
 
@@ -84,6 +84,32 @@ TEST(WindowOnWayland, KeepsTheSizeThatTheCompositorGaveIt) {
 
 INSTANTIATE_TEST_SUITE_P(Place, WaveformOnWayland, testing::Bool(),
                          [](const auto& place) { return place.param ? "InAWindow" : "Nowhere"; });
+
+class WaylandDesktop : public LiveWaveform {
+protected:
+    WaylandDesktop() : LiveWaveform({.sway = true}) {}
+    void expectKeyWindow(const std::string& wanted) const {
+        EXPECT_TRUE(eventually([&] { return desktop.keyWindow() == wanted; })) << desktop.keyWindow();
+    }
+};
+
+TEST_F(WaylandDesktop, AHandMarksSavesClosesAndBringsTheWindowsBack) {
+    start();
+    playAndPause();
+    const auto first = lookAtRest().nextBlock(0);
+    ASSERT_TRUE(first);
+    EXPECT_NEAR(select(first->first + 10, first->first + 210).frames, 200 * framesPerPixel, 1);
+    desktop.close(title);
+    expectKeyWindow("rewindle keeps listening — rewindle");
+    desktop.press("Return");
+    EXPECT_TRUE(eventually([&] { return !desktop.isOnScreen(title); }));
+    EXPECT_EQ(session.run(REWINDLE_BINARY).exitCode, 0);
+    expectKeyWindow(title);
+    desktop.press("ctrl+comma");
+    expectKeyWindow("Settings — rewindle");
+    desktop.press("Right"); // from 30 s up to the next duration
+    EXPECT_TRUE(eventually([&] { return rewindle->status("duration_seconds") == "45"; }));
+}
 
 } // namespace
 } // namespace rewindle::test

@@ -51,7 +51,8 @@ struct FakeAudition final : AuditionControl {
         if (playing && playing->ringBuffer == ringBuffer) asked.reset();
     }
     void catchUp() {
-        playing = asked;
+        playing.reset();
+        if (asked) playing.emplace(*asked);
         position = asked ? std::optional(static_cast<double>(asked->range.first)) : std::nullopt;
     }
     std::optional<Request> asked, playing;

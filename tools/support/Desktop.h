@@ -1,50 +1,45 @@
 #pragma once
 
 #include "support/PrivateSession.h"
+#include "support/Screen.h"
 
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace rewindle::support {
-
-/// A place on the screen, in pixels.
-struct Area {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
-    friend bool operator==(const Area&, const Area&) = default;
-};
 
 /// The person who sits at a private session's display: looks, clicks, types, and uses the status bar.
 ///
 /// Errors: throws when what it looks for does not appear within 10 s.
 class Desktop {
 public:
-    /// Requires: the session has a display, and outlives this.
-    explicit Desktop(const PrivateSession& session) : session_(session) {}
+    /// Requires: the session has a display or a Wayland desktop of its own, and outlives this.
+    explicit Desktop(const PrivateSession& session) : session_(session), screen_(Screen::of(session)) {}
     ~Desktop();
     Desktop(const Desktop&) = delete;
     Desktop& operator=(const Desktop&) = delete;
 
     // Windows, by the titles that people see: Qt appends the program's name to those that do not end in it. One that
     // is miniaturised or hidden is not on the screen.
-    [[nodiscard]] bool isOnScreen(const std::string& title) const { return find(title).has_value(); }
-    /// Waits for the window and returns its X11 number.
+    [[nodiscard]] bool isOnScreen(const std::string& title) const { return screen_->find(title).has_value(); }
+    /// Waits for the window and returns its number on that display.
     std::string window(const std::string& title) const;
     /// The title of the window that has the keyboard; empty when none has.
-    [[nodiscard]] std::string keyWindow() const;
-    /// Of the window without the borders that the window manager puts around it.
-    [[nodiscard]] Area area(const std::string& title) const;
-    /// What `xprop` says about one property.
+    [[nodiscard]] std::string keyWindow() const { return screen_->keyWindow(); }
+    /// Of the window without the borders around it.
+    [[nodiscard]] Area area(const std::string& title) const { return screen_->area(window(title)); }
+    void close(const std::string& title) const { screen_->close(window(title)); }
+    /// What `xprop` says about one property; on X11.
     [[nodiscard]] std::string property(const std::string& title, const std::string& name) const;
 
     // Input, as from a mouse and a keyboard
+    /// What xdotool understands: "mousemove --window ID X Y mousedown 1". Wayland has the mouse and the keys of it.
+    void act(const std::string& actions) const { screen_->act(actions); }
     /// Clicks at a point inside the window.
     void click(const std::string& title, int x, int y, int button = 1) const;
     /// Presses keys in the window that has the keyboard, one after the other: "ctrl+comma", "Tab Tab space".
-    void press(const std::string& keys) const;
+    void press(const std::string& keys) const { act("key " + keys); }
     void type(const std::string& text) const;
 
     /// A picture of the window, or of the whole screen when no title is given.
@@ -62,11 +57,10 @@ public:
     void chooseInStatusMenu(const std::string& label) const;
 
 private:
-    [[nodiscard]] std::optional<std::string> find(const std::string& title) const;
-    std::string command(const std::string& line) const;
     std::string bar(const std::string& arguments) const;
 
     const PrivateSession& session_;
+    std::unique_ptr<Screen> screen_;
     Process statusBar_;
 };
 

@@ -47,6 +47,13 @@ void adopt(const Path& envFile) {
 
 } // namespace
 
+std::string quoted(const std::string& text) {
+    std::string result = "'";
+    for (const char c : text)
+        result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return result + "'";
+}
+
 Process::Process(const std::string& command) : pid_(fork()) {
     if (pid_ != 0) return;
     setpgid(0, 0);
@@ -79,12 +86,13 @@ void Process::end() {
     wait();
 }
 
-PrivateSession::PrivateSession(const SessionParts& parts) {
+PrivateSession::PrivateSession(const SessionParts& parts) : parts_(parts) {
     std::string pattern = (std::filesystem::temp_directory_path() / "rewindle-test.XXXXXX").string();
     folder_ = mkdtemp(pattern.data());
     if (parts.sound) session("start", parts.rate ? std::to_string(parts.rate) : "");
     if (parts.display) session("display-start", parts.screen);
     if (parts.wayland) session("wayland-start");
+    if (parts.sway) session("sway-start", REWINDLE_WAYLAND_HAND);
     adopt(folder_ / "env");
 }
 
@@ -95,6 +103,12 @@ PrivateSession::~PrivateSession() {
     } catch (const std::exception& error) {
         std::fprintf(stderr, "A private session could not be ended: %s\n", error.what());
     }
+}
+
+std::string PrivateSession::outputOf(const std::string& command) const {
+    const auto result = run("timeout 20 sh -c " + quoted(command));
+    if (result.exitCode != 0) throw std::runtime_error(command + ": " + result.errors);
+    return result.output.substr(0, result.output.find_last_not_of('\n') + 1);
 }
 
 std::string PrivateSession::session(const std::string& verb, const std::string& arguments) const {

@@ -11,6 +11,9 @@ namespace rewindle::support {
 
 using Path = std::filesystem::path;
 
+/// A word for the shell, whatever is in it.
+[[nodiscard]] std::string quoted(const std::string& text);
+
 /// What a command left behind.
 struct CommandResult {
     int exitCode = -1; // -1 when a signal ended it
@@ -44,6 +47,7 @@ struct SessionParts {
     int rate = 0;         // of the sound server's graph; 0 for the server's own default
     bool display = false; // an X server with a window manager
     bool wayland = false; // a compositor: in a window of the display, or, without one, nowhere
+    bool sway = false;    // a Wayland desktop with a mouse and a keyboard of its own
     std::string screen{}; // its size in pixels, "1280x800"; empty for a usual one
 };
 
@@ -57,16 +61,20 @@ public:
     PrivateSession(const PrivateSession&) = delete;
     PrivateSession& operator=(const PrivateSession&) = delete;
 
+    [[nodiscard]] const SessionParts& parts() const { return parts_; }
     [[nodiscard]] const Path& folder() const { return folder_; }
     /// `tools/private-session VERB FOLDER ARGUMENTS`; throws when it fails. Returns what it printed.
     std::string session(const std::string& verb, const std::string& arguments = {}) const;
     void addDefaultSink(const std::string& name, const std::string& positions = {}) const;
     /// Runs a shell command to its end.
     [[nodiscard]] CommandResult run(const std::string& command) const;
+    /// The same for at most 20 s, and without the end of the last line; throws when it fails.
+    std::string outputOf(const std::string& command) const;
     /// For a test that is itself a part of the session: what goes on while a command runs, an event loop say.
     void setMeanwhile(std::function<void()> meanwhile) { meanwhile_ = std::move(meanwhile); }
 
 private:
+    SessionParts parts_;
     Path folder_;
     std::function<void()> meanwhile_;
 };

@@ -42,6 +42,12 @@ void deinterleave(const float* __restrict samples, Channels channels, std::int64
     }
 }
 
+std::optional<SampleRateConverter> converterFrom(double rate) {
+    if (rate == kTargetRate) return std::nullopt;
+    return std::make_optional<SampleRateConverter>(static_cast<std::int64_t>(rate),
+                                                   static_cast<std::int64_t>(kTargetRate));
+}
+
 /// Room for what `frames` frames at the working rate become.
 std::int64_t conversionCapacity(std::int64_t frames, double workingRate) {
     const double out = std::ceil(kTargetRate * static_cast<double>(frames) / workingRate);
@@ -59,10 +65,7 @@ std::unique_ptr<AudioBufferListConverter> AudioBufferListConverter::create(const
 AudioBufferListConverter::AudioBufferListConverter(const StreamDescription& tap)
     : tapChannelCount(std::max<std::int64_t>(tap.channelsPerFrame, 1)),
       audioSampleByteSize(std::max<std::int64_t>(tap.bitsPerChannel, 8) / 8), workingFormat(stereo(tap.sampleRate)),
-      targetFormat(stereo(kTargetRate)) {
-    if (tap.sampleRate == kTargetRate) return;
-    converter_.emplace(static_cast<std::int64_t>(tap.sampleRate), static_cast<std::int64_t>(kTargetRate));
-}
+      targetFormat(stereo(kTargetRate)), converter_(converterFrom(tap.sampleRate)) {}
 
 AudioBufferListConverter::Capacities AudioBufferListConverter::capacities() const noexcept {
     return {workingBuffer_.capacity(), conversionBuffer_.capacity(), conversionScratchBuffer_.capacity()};
