@@ -41,21 +41,20 @@ struct FakeAudition final : AuditionControl {
         ClipRange range;
         float trimDB = 0;
     };
-    [[nodiscard]] bool isPlaying() const override { return playing.has_value(); }
+    [[nodiscard]] bool isPlaying() const override { return playing != nullptr; }
     [[nodiscard]] std::optional<double> currentPlaybackFrame() const override { return position; }
     void play(const std::shared_ptr<AudioRingBuffer>& ringBuffer, std::int64_t start, std::int64_t end,
               float trimDB) override {
-        asked = Request{ringBuffer, {start, end}, trimDB};
+        asked = std::make_shared<Request>(Request{ringBuffer, {start, end}, trimDB});
     }
     void stop(const std::shared_ptr<AudioRingBuffer>& ringBuffer) override {
         if (playing && playing->ringBuffer == ringBuffer) asked.reset();
     }
     void catchUp() {
-        playing.reset();
-        if (asked) playing.emplace(*asked);
+        playing = asked;
         position = asked ? std::optional(static_cast<double>(asked->range.first)) : std::nullopt;
     }
-    std::optional<Request> asked, playing;
+    std::shared_ptr<const Request> asked, playing;
     std::optional<double> position;
 };
 
