@@ -8,10 +8,13 @@ namespace {
 
 thread_local std::uint64_t allocations = 0;
 
-void* allocate(std::size_t size, std::size_t alignment) {
+void* tryToAllocate(std::size_t size, std::size_t alignment) noexcept {
     ++allocations;
     const std::size_t whole = (size + alignment - 1) / alignment * alignment; // as aligned_alloc wants it
-    void* block = std::aligned_alloc(alignment, whole > 0 ? whole : alignment);
+    return std::aligned_alloc(alignment, whole > 0 ? whole : alignment);
+}
+void* allocate(std::size_t size, std::size_t alignment) {
+    void* block = tryToAllocate(size, alignment);
     if (!block) throw std::bad_alloc();
     return block;
 }
@@ -22,12 +25,15 @@ std::uint64_t rewindle::test::allocationsOfThisThread() {
     return allocations;
 }
 
-// The forms for arrays and without exceptions call these two.
+// The forms for arrays call these.
 void* operator new(std::size_t size) {
     return allocate(size, alignof(std::max_align_t));
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return allocate(size, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return tryToAllocate(size, alignof(std::max_align_t));
 }
 void operator delete(void* block) noexcept {
     std::free(block);

@@ -119,7 +119,7 @@ TEST(Fidelity, SurroundAndMonoOutputsAreMixedToStereo) {
     play(session, padded(noise(0.5, 31)));
     const auto clip = recorder.lastSeconds(5);
     EXPECT_GT(peak(clip, 0, clip.frames()), 0.1F);
-    for (std::size_t i = clip.frames() - 48'000; i < clip.frames(); ++i) {
+    for (std::size_t i = clip.frames() - 33'600; i < clip.frames(); ++i) { // not the sound before
         ASSERT_EQ(clip.samples[2 * i], clip.samples[2 * i + 1]);
     }
 }

@@ -120,7 +120,7 @@ TEST_F(WaveformSurfaceTest, TheGpuShowsWhatIsDrawnInTwoDimensions) {
     mainWindow->resize(kSize);
     tick();
     EXPECT_TRUE(runUntil([&] { return showsByGpu(flat); })) << difference;
-    const auto& button = find<QPushButton>(*mainWindow, u"Pause live follow"_s);
+    auto& button = find<QPushButton>(*mainWindow, u"Pause live follow"_s);
     EXPECT_LT(meanDifference(onScreen(*mainWindow), flat, areaOf(button)), 0.1) << "behind the waveform";
     mark();
     EXPECT_TRUE(runUntil([&] { return showsByGpu(flatMarked); })) << difference;
