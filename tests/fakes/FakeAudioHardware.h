@@ -69,9 +69,6 @@ public:
 
     // What the test looks at
 
-    /// The calls that make and end audio objects, in order.
-    [[nodiscard]] std::vector<std::string> calls() const { return world()->calls; }
-    void forgetCalls() { world()->calls.clear(); }
     [[nodiscard]] std::vector<std::string> violations() const { return world()->violations; }
     /// Taps, aggregate devices, I/O procedures, running devices and listeners that exist.
     [[nodiscard]] std::size_t liveObjects() const {
@@ -107,13 +104,14 @@ public:
         return static_cast<AudioObjectID>(pid + 1000);
     }
     AudioResult<AudioObjectID> createProcessTap(const ProcessTapDescription& description) override {
-        if (const auto status = refusal(Call::createTap, "create tap")) return status;
+        if (const auto status = refusal(Call::createTap)) return status;
         const auto held = world();
+        if (!held->taps.empty()) held->violations.emplace_back("makes a tap beside another");
         held->tapDescription = description;
         return *held->taps.insert(held->nextId++).first;
     }
     void destroyProcessTap(AudioObjectID tap) override {
-        note("destroy tap");
+        requireControlQueue();
         require(world()->taps.erase(tap) == 1, "destroys a tap that is not there");
     }
     AudioResult<StreamDescription> tapFormat(AudioObjectID) override {
@@ -151,21 +149,21 @@ public:
     AudioResult<std::string> dataSource(AudioObjectID) override { return std::string("speakers"); }
 
     AudioResult<AudioObjectID> createAggregateDevice(const AggregateDeviceDescription& description) override {
-        if (const auto status = refusal(Call::createAggregate, "create aggregate")) return status;
+        if (const auto status = refusal(Call::createAggregate)) return status;
         const auto held = world();
         held->aggregateDescription = description;
         held->aggregates[held->nextId];
         return held->nextId++;
     }
     void destroyAggregateDevice(AudioObjectID device) override {
-        note("destroy aggregate");
+        requireControlQueue();
         const auto gone = world()->aggregates.extract(device);
         require(!gone.empty() && gone.mapped().liveParts() == 0,
                 "destroys an aggregate device that is missing or in use");
     }
     AudioStatus setBufferFrameSize(AudioObjectID, std::uint32_t) override { return -95; } // keeps its own size
     AudioResult<IoProcID> createIoProc(AudioObjectID device, SerialQueue& queue, IoProc proc) override {
-        if (const auto status = refusal(Call::createProc, "create proc")) return status;
+        if (const auto status = refusal(Call::createProc)) return status;
         const auto held = world();
         held->aggregates.at(device).queue = &queue;
         held->aggregates.at(device).proc = std::make_shared<IoProc>(proc);
@@ -173,21 +171,23 @@ public:
         return IoProcID{1};
     }
     void destroyIoProc(AudioObjectID device, IoProcID) override {
-        note("destroy proc");
+        requireControlQueue();
+        const bool isRunning = world()->aggregates.at(device).running;
+        require(!isRunning, "destroys the I/O procedure of a running device");
         auto* queue = std::exchange(world()->aggregates.at(device).queue, nullptr);
         require(queue, "destroys an I/O procedure that is not there");
         world()->aggregates.at(device).proc = nullptr;
         if (queue) queue->sync([] {}); // a call under way ends first
     }
     AudioResult<void> startDevice(AudioObjectID device) override {
-        if (const auto status = refusal(Call::start, "start")) return status;
+        if (const auto status = refusal(Call::start)) return status;
         world()->aggregates.at(device).running = true;
         ++world()->starts;
         if (onStart) onStart();
         return {};
     }
     void stopDevice(AudioObjectID device) override {
-        note("stop");
+        requireControlQueue();
         world()->aggregates.at(device).running = false;
         auto* queue = world()->aggregates.at(device).queue;
         if (queue) queue->sync([&] { deliverPending(device); });
@@ -217,13 +217,13 @@ public:
     [[nodiscard]] CaptureTroubles troubles() const override { return {}; }
 
     ListenerID addListener(AudioObjectID object, AudioProperty property, Listener listener) override {
-        require(controlQueue_.isCurrent(), "adds a listener outside the control queue");
+        requireControlQueue();
         const auto held = world();
         held->listeners[held->nextId] = {object, property, std::move(listener)};
         return held->nextId++;
     }
     void removeListener(ListenerID listener) override {
-        require(controlQueue_.isCurrent(), "removes a listener outside the control queue");
+        requireControlQueue();
         world()->listeners.erase(listener);
     }
 
@@ -253,7 +253,7 @@ private:
         std::set<AudioObjectID> taps;
         std::map<AudioObjectID, TapDevice> aggregates;
         std::map<ListenerID, ListenerEntry> listeners;
-        std::vector<std::string> calls, violations;
+        std::vector<std::string> violations;
         int starts = 0;
         DeliveryPace pace = DeliveryPace::relaxed;
         IoProc lastProc;
@@ -272,17 +272,13 @@ private:
     void require(bool held, const char* violation) const {
         if (!held) world()->violations.emplace_back(violation);
     }
-    void note(const char* call) {
-        require(controlQueue_.isCurrent(), "calls outside the control queue");
-        world()->calls.emplace_back(call);
-    }
+    void requireControlQueue() const { require(controlQueue_.isCurrent(), "calls outside the control queue"); }
     /// The status with which this call is refused; 0 when it is not.
-    AudioStatus refusal(Call call, const char* name = nullptr) {
-        require(controlQueue_.isCurrent(), "calls outside the control queue");
+    AudioStatus refusal(Call call) {
+        requireControlQueue();
         const auto held = world();
-        if (const auto found = held->refused.find(call); found != held->refused.end()) return found->second;
-        if (name) held->calls.emplace_back(name);
-        return 0;
+        const auto found = held->refused.find(call);
+        return found == held->refused.end() ? 0 : found->second;
     }
     void callListener(ListenerID id) {
         const auto all = listeners();

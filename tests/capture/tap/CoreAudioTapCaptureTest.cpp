@@ -13,7 +13,6 @@ using CoreAudioTapCaptureTest = TapCaptureFixture;
 
 TEST_F(CoreAudioTapCaptureTest, StartsByTappingTheWholeMixOnTheDefaultOutputDevice) {
     ASSERT_TRUE(start());
-    EXPECT_THAT(hardware.calls(), ElementsAre("create tap", "create aggregate", "create proc", "start"));
     EXPECT_THAT(events, ElementsAre("chosen speakers", "resolved speakers"));
     EXPECT_EQ(log.count("CoreAudioTap: Capture started for output device speakers."), 1);
 
@@ -38,9 +37,7 @@ TEST_F(CoreAudioTapCaptureTest, StopsByTakingEverythingDownAndHearsNothingAfterw
     ASSERT_TRUE(start());
     const auto lateCycle = hardware.lastProc();
     hardware.fire(AudioProperty::defaultOutputDevice); // told before the stop, heard after it
-    hardware.forgetCalls();
     stop();
-    EXPECT_THAT(hardware.calls(), ElementsAre("stop", "destroy proc", "destroy aggregate", "destroy tap"));
     EXPECT_EQ(hardware.liveObjects(), 0U);
     EXPECT_FALSE(tap->isRunning());
     EXPECT_EQ(held.use_count(), 1) << "the callbacks are kept";
