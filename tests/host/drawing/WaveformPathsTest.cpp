@@ -235,18 +235,6 @@ TEST_P(WaveformPathsTest, TheEdgeOfASelectionLiesHalfAPointFartherInsideOnTheGpu
     }
 }
 
-TEST_P(WaveformPathsTest, AColumnWithoutNeighboursIsDrawnInTwoDimensionsOnly) {
-    const Sound lone = Sound().with(0, kCount, kGap, kGap).with(50, 51, -0.5F, 0.75F);
-    for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
-        SCOPED_TRACE(scale);
-        const Both both = drawBoth({"alone", lone, 250}, scale);
-        for (int x = 0; x < both.gpu.width(); ++x) { // points 100 ... 102: 50 columns and 0.5 less 0.25 columns
-            EXPECT_EQ(mostCovered(both.gpu, x), 0) << x;
-            EXPECT_EQ(mostCovered(both.flat, x) > 0, x > 100 * scale - 1 && x < 102 * scale) << x;
-        }
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(, WaveformPathsTest, testing::Values(GlApi::core33, GlApi::es30),
                          [](const auto& api) { return api.param == GlApi::core33 ? "OpenGL33" : "OpenGLES30"; });
 
