@@ -200,9 +200,6 @@ TEST_F(SessionCaptureControlTest, GainIsClampedAndMustBeANumber) {
     play(4'800); // half of full scale
     EXPECT_EQ(status().gainDB, -20.0F);
     EXPECT_NEAR(status().displayDB[1], -26.02, 0.01);
-    control->exportLast(0.01, {}, takeExport());
-    settle();
-    EXPECT_NEAR(files.files[exported.back().value()].right.back(), 0.05F, 1e-4F);
 }
 
 TEST_F(SessionCaptureControlTest, EndsAfterTheExportsUnderWayAndTakesNoMore) {

@@ -4,8 +4,6 @@
 #include "fakes/AllocationCounter.h"
 #include "waveform/WaveformViewContainer.h"
 
-#include <cmath>
-
 namespace rewindle::test {
 namespace {
 
@@ -69,12 +67,8 @@ TEST_F(WaveformViewTest, DrawsOnlyWhenSomethingMovesAndThenAllocatesNothing) {
     EXPECT_EQ(allocationsOfThisThread(), before);
 
     freeze.frozen = false;
-    struct CountingRenderer final : WaveformRenderer {
-        void render(const WaveformFrame&, std::span<const float>, std::span<const float>) override { ++frames; }
-        int frames = 0;
-    } counting;
     click(400); // dashes
-    view->setRenderer(&counting);
+    view->setRenderer(&renderer);
     tick();
     RingSamples samples(800, 0.5F, 0.5F);
     const auto buffer = samples.buffer();
@@ -84,14 +78,14 @@ TEST_F(WaveformViewTest, DrawsOnlyWhenSomethingMovesAndThenAllocatesNothing) {
         tick();
     }
     EXPECT_EQ(allocationsOfThisThread(), beforeFrames);
-    EXPECT_EQ(counting.frames, 21);
+    EXPECT_EQ(renderer.frames, 21);
     freeze.frozen = true;
     tick(2);
-    const int standing = counting.frames;
+    const int standing = renderer.frames;
     theme.waveformTop = {1, 1, 1};
     view->setTheme(theme); // moves nothing, and is seen
     tick(2);
-    EXPECT_EQ(counting.frames, standing + 1);
+    EXPECT_EQ(renderer.frames, standing + 1);
 }
 
 TEST_F(WaveformViewTest, NothingIsDrawnOnNoAreaOrOfNoBuffer) {
