@@ -4,7 +4,6 @@
 #include "platform/LoginItemService.h"
 #include "platform/Workspace.h"
 
-#include <algorithm>
 #include <set>
 #include <string>
 #include <vector>

@@ -3,7 +3,6 @@
 #include "platform/StatusItem.h"
 #include "platform/Window.h"
 
-#include <string>
 #include <utility>
 #include <vector>
 

@@ -2,7 +2,6 @@
 
 #include "fakes/ManualSerialQueue.h"
 
-#include <algorithm>
 #include <array>
 
 namespace rewindle::test {

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <string>
 
 namespace rewindle::test {
 namespace {
