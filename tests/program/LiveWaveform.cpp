@@ -79,8 +79,7 @@ std::optional<std::pair<int, int>> Picture::nextBlock(int from) const {
     return std::pair(from, last);
 }
 
-LiveWaveform::LiveWaveform(const SessionParts& parts, std::string titleOfWindow)
-    : session(parts), title(std::move(titleOfWindow)) {
+LiveWaveform::LiveWaveform(const SessionParts& parts) : session(parts) {
     session.addDefaultSink("speakers");
     std::filesystem::create_directories(session.folder() / "config/rewindle");
     std::ofstream(session.folder() / "config/rewindle/settings.json")
@@ -93,8 +92,8 @@ void LiveWaveform::run(RecorderStart how) {
 }
 
 void LiveWaveform::awaitWindow() {
-    window = desktop.window(title);
-    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == title; }));
+    window = desktop.window(kWindow);
+    ASSERT_TRUE(eventually([&] { return desktop.keyWindow() == kWindow; }));
 }
 
 void LiveWaveform::start(const std::string& variables) {
@@ -119,7 +118,7 @@ std::vector<ClockRow> LiveWaveform::clockRows() const {
 
 Picture LiveWaveform::look() const {
     const auto png = session.folder() / "waveform.png";
-    desktop.saveScreenshot(png, title);
+    desktop.saveScreenshot(png, kWindow);
     return lookAt(png);
 }
 
@@ -201,9 +200,9 @@ void LiveWaveform::playAndPause() {
     })) << picture.head
         << " of " << picture.width;
     top = picture.top;
-    width = desktop.area(title).width; // of which the screen may show less
+    width = desktop.area(kWindow).width;
     framesPerPixel = kSecondsKept * kRate / std::pow(1.25, 5) / width;
-    desktop.click(title, picture.width - 28, top + 28);
+    desktop.click(kWindow, picture.width - 28, top + 28);
     mouse(to(40)); // away from the button, whose tool tip would be in the picture
     desktop.press("space");
     awaitFreeze();

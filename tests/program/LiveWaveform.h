@@ -56,8 +56,7 @@ protected:
         double first = 0, frames = 0;
     };
 
-    /// `title` is that of the window with all of the program's in it.
-    explicit LiveWaveform(const SessionParts& parts = {.display = true}, std::string title = kWindow);
+    explicit LiveWaveform(const SessionParts& parts = {.display = true});
     /// Starts the program.
     void run(RecorderStart how = {});
     /// Waits until its window has the keyboard.
@@ -91,7 +90,6 @@ protected:
 
     const PrivateSession session;
     Desktop desktop{session};
-    const std::string title;
     std::optional<Recorder> rewindle;
     std::string window;
     Sound kept;                // when the program froze

@@ -1,5 +1,4 @@
-// The live waveform on a Wayland desktop: in a window of the private display, where it has a mouse, a keyboard and the
-// compositor's frames, on a compositor without any of these, and among other windows.
+// The windows on a Wayland desktop, which has frames, a mouse and a keyboard of its own kind.
 
 #include "program/LiveWaveform.h"
 
@@ -11,13 +10,13 @@ namespace {
 
 constexpr double kWatchedMs = 2'000;
 
-class WaveformOnWayland : public LiveWaveform, public testing::WithParamInterface<bool> {
+class OnWayland : public LiveWaveform {
 protected:
     struct Watched {
         std::ptrdiff_t ticks = 0, redraws = 0;
     };
 
-    WaveformOnWayland() : LiveWaveform({.display = GetParam(), .wayland = true}, "Weston Compositor - screen0") {}
+    OnWayland() : LiveWaveform({.wayland = true}) {}
 
     /// Watches it until its log has gone on for two seconds.
     Watched watch() {
@@ -38,12 +37,14 @@ protected:
             if (row.event == "waveform_tick") ticks.push_back(row.uptimeMs);
         return 1'000 * static_cast<double>(ticks.size() - 1) / (ticks.back() - ticks.front());
     }
+    void expectKeyWindow(const std::string& wanted) const {
+        EXPECT_TRUE(eventually([&] { return desktop.keyWindow() == wanted; })) << desktop.keyWindow();
+    }
 };
 
-TEST_P(WaveformOnWayland, FollowsAtTheScreensPaceAndRestsWhenItIsPaused) {
-    run();
-    ASSERT_TRUE(eventually([&] { return !clockRows().empty() && clockRows().back().event == "waveform_tick"; }));
-    auto player = startPlaying(session, noise(20, 5));
+TEST_F(OnWayland, TheWaveformFollowsAtTheScreensPaceAndRestsWhenItIsPaused) {
+    start();
+    const auto player = startPlaying(session, noise(20, 5));
     waitForCapture(*rewindle);
     const auto following = watch();
     EXPECT_GE(following.redraws, following.ticks / 2);
@@ -53,21 +54,29 @@ TEST_P(WaveformOnWayland, FollowsAtTheScreensPaceAndRestsWhenItIsPaused) {
     EXPECT_GE(paused.ticks, 30);
     EXPECT_EQ(paused.redraws, 0);
     EXPECT_LE(ticksPerSecond(), 61);
-    if (!GetParam()) return; // where there is neither a picture nor a hand
+}
 
-    EXPECT_EQ(rewindle->command("unfreeze").exitCode, 0);
-    player.end();
-    awaitWindow();
+TEST_F(OnWayland, AHandMarksSavesClosesAndBringsTheWindowsBack) {
+    start();
     playAndPause();
     const auto first = lookAtRest().nextBlock(0);
     ASSERT_TRUE(first);
-    const auto marked = select(first->first + 10, first->first + 210);
-    EXPECT_NEAR(marked.frames, 200 * framesPerPixel, 1);
+    EXPECT_NEAR(select(first->first + 10, first->first + 210).frames, 200 * framesPerPixel, 1);
+    desktop.close(kWindow);
+    expectKeyWindow("rewindle keeps listening — rewindle");
+    desktop.press("Return");
+    EXPECT_TRUE(eventually([&] { return !desktop.isOnScreen(kWindow); }));
+    EXPECT_EQ(session.run(REWINDLE_BINARY).exitCode, 0);
+    expectKeyWindow(kWindow);
+    desktop.press("ctrl+comma");
+    expectKeyWindow("Settings — rewindle");
+    desktop.press("Right"); // from 30 s up to the next duration
+    EXPECT_TRUE(eventually([&] { return rewindle->status("duration_seconds") == "45"; }));
 }
 
-// The compositor here gives each window all of its screen; the program asks for a strip at first.
-TEST(WindowOnWayland, KeepsTheSizeThatTheCompositorGaveIt) {
-    const PrivateSession session({.display = true, .wayland = true});
+// A compositor may say how large the window is to be before it is shown; the program asks for a strip at first.
+TEST(InAKiosk, AWindowKeepsTheSizeThatTheCompositorGaveIt) {
+    const PrivateSession session({.display = true, .kiosk = true});
     session.addDefaultSink("out");
     // It captures by the time that it is here, and that waits for the first frame.
     const Recorder rewindle(session, RecorderStart{.variables = "WAYLAND_DEBUG=1"});
@@ -80,35 +89,6 @@ TEST(WindowOnWayland, KeepsTheSizeThatTheCompositorGaveIt) {
         EXPECT_EQ(isWhole, isGiven) << line;
     }
     EXPECT_TRUE(isGiven);
-}
-
-INSTANTIATE_TEST_SUITE_P(Place, WaveformOnWayland, testing::Bool(),
-                         [](const auto& place) { return place.param ? "InAWindow" : "Nowhere"; });
-
-class WaylandDesktop : public LiveWaveform {
-protected:
-    WaylandDesktop() : LiveWaveform({.sway = true}) {}
-    void expectKeyWindow(const std::string& wanted) const {
-        EXPECT_TRUE(eventually([&] { return desktop.keyWindow() == wanted; })) << desktop.keyWindow();
-    }
-};
-
-TEST_F(WaylandDesktop, AHandMarksSavesClosesAndBringsTheWindowsBack) {
-    start();
-    playAndPause();
-    const auto first = lookAtRest().nextBlock(0);
-    ASSERT_TRUE(first);
-    EXPECT_NEAR(select(first->first + 10, first->first + 210).frames, 200 * framesPerPixel, 1);
-    desktop.close(title);
-    expectKeyWindow("rewindle keeps listening — rewindle");
-    desktop.press("Return");
-    EXPECT_TRUE(eventually([&] { return !desktop.isOnScreen(title); }));
-    EXPECT_EQ(session.run(REWINDLE_BINARY).exitCode, 0);
-    expectKeyWindow(title);
-    desktop.press("ctrl+comma");
-    expectKeyWindow("Settings — rewindle");
-    desktop.press("Right"); // from 30 s up to the next duration
-    EXPECT_TRUE(eventually([&] { return rewindle->status("duration_seconds") == "45"; }));
 }
 
 } // namespace

@@ -91,8 +91,8 @@ PrivateSession::PrivateSession(const SessionParts& parts) : parts_(parts) {
     folder_ = mkdtemp(pattern.data());
     if (parts.sound) session("start", parts.rate ? std::to_string(parts.rate) : "");
     if (parts.display) session("display-start", parts.screen);
-    if (parts.wayland) session("wayland-start");
-    if (parts.sway) session("sway-start", REWINDLE_WAYLAND_HAND);
+    if (parts.kiosk) session("kiosk-start");
+    if (parts.wayland) session("wayland-start", REWINDLE_WAYLAND_HAND);
     adopt(folder_ / "env");
 }
 

@@ -46,8 +46,8 @@ struct SessionParts {
     bool sound = true;
     int rate = 0;         // of the sound server's graph; 0 for the server's own default
     bool display = false; // an X server with a window manager
-    bool wayland = false; // a compositor: in a window of the display, or, without one, nowhere
-    bool sway = false;    // a Wayland desktop with a mouse and a keyboard of its own
+    bool wayland = false; // a Wayland compositor with a mouse and a keyboard
+    bool kiosk = false;   // one in a window of the display, which gives each window all of it
     std::string screen{}; // its size in pixels, "1280x800"; empty for a usual one
 };
 

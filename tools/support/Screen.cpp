@@ -129,7 +129,7 @@ private:
 } // namespace
 
 std::unique_ptr<Screen> Screen::of(const PrivateSession& session) {
-    if (session.parts().sway) return std::make_unique<SwayScreen>(session);
+    if (session.parts().wayland) return std::make_unique<SwayScreen>(session);
     return std::make_unique<X11Screen>(session);
 }
 
