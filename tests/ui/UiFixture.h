@@ -17,10 +17,10 @@ namespace rewindle::test {
 
 /// Makes a window the active one, as the desktop would; with null, another program's is.
 inline void setActiveWindow(QWidget* window) {
-    QT_WARNING_PUSH
-    QT_WARNING_DISABLE_DEPRECATED // from Qt 6.5 on, which has nothing else that does it without a desktop
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations" // from Qt 6.5 on, which has nothing else without a desktop
     QApplication::setActiveWindow(window);
-    QT_WARNING_POP
+#pragma GCC diagnostic pop
 }
 
 /// A session of which somebody looks at the windows.
