@@ -13,7 +13,7 @@ AppSession::AppSession(const Services& services)
                settingsManager_.captureGainDB().get(), services.sampler),
       lastDuration_(services.durationForThisRun.value_or(settingsManager_.recordingDuration().get())),
       lastGain_(settingsManager_.captureGainDB().get()), self_(std::make_shared<AppSession*>(this)) {
-    settingsManager_.overrideRecordingDuration(lastDuration_);
+    takeUpDuration();
     observations_.push_back(sampler_.outputDeviceUID().observe([this] { onOutputDeviceResolved(); }));
 }
 
@@ -68,13 +68,26 @@ void AppSession::startCapture() {
 void AppSession::applyDuration(RecordingDuration duration) {
     lastDuration_ = duration;
     isApplyingDuration_ = true;
-    sampler_.setDuration(duration, [weak = std::weak_ptr(self_)] {
-        if (const auto self = weak.lock()) (*self)->onDurationApplied();
+    sampler_.setDuration(duration, [weak = std::weak_ptr(self_)](bool isDone) {
+        if (const auto self = weak.lock()) (*self)->onDurationApplied(isDone);
     });
 }
 
-void AppSession::onDurationApplied() {
+/// The settings show for this run what is kept; what the user has chosen stays stored.
+void AppSession::takeUpDuration() {
+    const auto kept = recordingDurationFromSeconds(static_cast<int>(sampler_.ringBuffer().get()->durationSeconds));
+    if (!kept) return;
+    if (*kept != lastDuration_) {
+        log_.warning("There is not enough memory to keep the last " + std::string(label(lastDuration_)) +
+                     "; it stays at " + std::string(label(*kept)) + ".");
+    }
+    lastDuration_ = *kept;
+    settingsManager_.overrideRecordingDuration(*kept);
+}
+
+void AppSession::onDurationApplied(bool isDone) {
     isApplyingDuration_ = false;
+    if (!isDone && settingsManager_.recordingDuration().get() == lastDuration_) takeUpDuration();
     if (lastCaptureAllowed_ && !isStopped_) startCapture(); // it runs already, unless it could not be started before
     evaluateCaptureState();                                 // for changes that were held back meanwhile
     if (isApplyingDuration_) return;

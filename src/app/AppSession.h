@@ -58,7 +58,8 @@ public:
 private:
     void startCapture();
     void applyDuration(RecordingDuration duration);
-    void onDurationApplied();
+    void onDurationApplied(bool isDone);
+    void takeUpDuration();
     void onOutputDeviceChanged(const std::string& uid);
     void onOutputDeviceResolved();
     void forgetOutage();

@@ -30,6 +30,11 @@ ClipSaver::Completion tellingPlainly(CaptureControl::ExportReply reply) {
     };
 }
 
+WaveformExportError errorOf(CopyRefusal refusal) {
+    if (refusal == CopyRefusal::noMemory) return WaveformExportError::Case::bufferAllocationFailed;
+    return WaveformExportError::writeFailed({0, "Other clips are still being saved."});
+}
+
 /// Control thread. Empty when the device is gone, or the server.
 std::string describeDevice(AudioHardware& hardware, const std::string& uid) {
     const auto devices = hardware.devices();
@@ -105,8 +110,10 @@ void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path&
     // On the export thread nothing of this object is touched: only services, which outlive the queue's work.
     sampler().copyFrames(std::move(range), services_.exportQueue,
                          [clips = std::move(clips), &mainQueue = services_.mainQueue, target,
-                          finish = std::move(finish)](const StereoSamples& samples) {
-                             auto outcome = exportClip(samples.left, samples.right, target, kClipNamePrefix, clips);
+                          finish = std::move(finish)](const CopyResult& copy) {
+                             auto outcome = copy ? exportClip(copy.value().left, copy.value().right, target,
+                                                              kClipNamePrefix, clips)
+                                                 : Outcome(errorOf(copy.error()));
                              mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
                          });
 }
@@ -171,7 +178,13 @@ void SessionCaptureControl::setDuration(int seconds, std::function<void(Result<v
     const auto duration = recordingDurationFromSeconds(seconds);
     if (!duration) return reply(Error{0, "A duration is one of 30, 45, 60, 120, 180, 300 or 600 seconds."});
     services_.session.settingsManager().setRecordingDuration(*duration);
-    services_.session.whenDurationIsApplied([reply = std::move(reply)] { reply({}); });
+    services_.session.whenDurationIsApplied(
+        [weak = std::weak_ptr(self_), duration = *duration, reply = std::move(reply)] {
+            const auto self = weak.lock();
+            const bool isThere =
+                self && (*self)->sampler().ringBuffer().get()->durationSeconds == rewindle::seconds(duration);
+            reply(isThere ? Result<void>() : Error{0, "There is not enough memory to keep that much."});
+        });
 }
 
 Result<void> SessionCaptureControl::setGain(double gainDB) {

@@ -11,9 +11,20 @@ namespace rewindle {
 /// An owned run of samples whose storage is not filled before it is written. Movable, not copyable.
 class SampleArray {
 public:
+    /// Gives storage back to where it came from.
+    struct Release {
+        void (*release)(void* storage, std::size_t bytes);
+        std::size_t bytes;
+        void operator()(float* storage) const { release(storage, bytes); }
+    };
+
     SampleArray() = default;
-    /// The samples hold whatever the memory held. Throws std::bad_alloc.
-    explicit SampleArray(std::size_t size) : samples_(size ? new float[size] : nullptr), size_(size) {}
+    /// On the heap. The samples hold whatever the memory held. Throws std::bad_alloc.
+    explicit SampleArray(std::size_t size)
+        : SampleArray(size ? new float[size] : nullptr, size,
+                      {[](void* storage, std::size_t) { delete[] static_cast<float*>(storage); }, 0}) {}
+    /// Takes over storage for `size` samples.
+    SampleArray(float* storage, std::size_t size, Release release) : samples_(storage, release), size_(size) {}
     SampleArray(SampleArray&& other) noexcept
         : samples_(std::move(other.samples_)), size_(std::exchange(other.size_, 0)) {}
     SampleArray& operator=(SampleArray&& other) noexcept {
@@ -36,7 +47,7 @@ public:
     operator std::span<const float>() const noexcept { return {data(), size_}; }
 
 private:
-    std::unique_ptr<float[]> samples_;
+    std::unique_ptr<float[], Release> samples_;
     std::size_t size_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/SampleArray.h"
+
 #include <cstddef>
 #include <memory>
 
@@ -17,6 +19,13 @@ public:
         std::size_t bytes = 0;
         void operator()(void* block) const { release(block, bytes); }
     };
+    /// An array in such a block. Throws std::bad_alloc.
+    [[nodiscard]] SampleArray allocateSamples(std::size_t size) {
+        if (size == 0) return {};
+        auto block = allocate(size * sizeof(float));
+        const auto release = block.get_deleter();
+        return {static_cast<float*>(block.release()), size, {release.release, release.bytes}};
+    }
     using Block = std::unique_ptr<void, Release>;
     virtual ~AudioMemory() = default;
 

@@ -82,5 +82,30 @@ TEST(Program, ExportsDurationChangesAndOverlappingCopiesLoseNoFrame) {
     EXPECT_EQ(recorder.process().wait(), 0);
 }
 
+TEST(Program, WithoutMemoryForACopyOrALongerDurationItSaysSoAndGoesOn) {
+    const PrivateSession session;
+    session.session("add-fast-sink", "fast");
+    session.session("default-sink", "fast");
+    Recorder recorder(session, "--duration 300");
+    const auto pid = std::to_string(recorder.process().pid());
+    save(noise(30, 5), session.folder() / "long.wav");
+    ASSERT_TRUE(eventually([&] { // a player on such a sink need not come to its end
+        std::ignore = session.run("timeout 2 pw-play " + (session.folder() / "long.wav").string());
+        return std::stod(recorder.status("retained_seconds")) > 250;
+    }));
+    // Room for all that is not audio.
+    const auto used = "$(awk '/^VmSize/ { print $2 * 1024 + 5e7 }' /proc/" + pid + "/status)";
+    ASSERT_EQ(session.run("prlimit --pid " + pid + " --as=" + used + ":").exitCode, 0);
+    const auto refused = recorder.command("export --all");
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.errors, "rewindle: Could not allocate memory for export.\n");
+    EXPECT_EQ(recorder.command("duration 600").exitCode, 1);
+    EXPECT_EQ(recorder.status("duration_seconds"), "300");
+    EXPECT_GT(recorder.lastSeconds(5).frames(), 0U);
+    ASSERT_EQ(session.run("prlimit --pid " + pid + " --as=unlimited:").exitCode, 0);
+    EXPECT_GT(recorder.retained().frames(), std::size_t{250} * 48'000);
+    EXPECT_EQ(recorder.command("duration 600").exitCode, 0);
+}
+
 } // namespace
 } // namespace rewindle::test

@@ -2,17 +2,31 @@
 
 #include "capture/tap/CoreAudioTapCapture.h"
 
+#include <new>
+
 namespace rewindle {
 namespace {
 
 constexpr std::int64_t kSeamFadeOutFrames = 480;
 
+/// Of that duration, or of the longest shorter one for which there is memory.
+std::shared_ptr<AudioRingBuffer> makeRingBuffer(RecordingDuration duration, AudioMemory& memory) {
+    for (auto i = kAllRecordingDurations.rbegin(); i != kAllRecordingDurations.rend(); ++i) {
+        if (*i > duration) continue;
+        try {
+            return std::make_shared<AudioRingBuffer>(seconds(*i), memory);
+        } catch (const std::bad_alloc&) {
+            if (*i == kAllRecordingDurations.front()) throw;
+        }
+    }
+    return nullptr; // there is no duration shorter than all
+}
+
 } // namespace
 
-CaptureChain::CaptureChain(std::int64_t durationSeconds, float gainDB, AudioMemory& memory, const Clock& clock,
+CaptureChain::CaptureChain(RecordingDuration duration, float gainDB, AudioMemory& memory, const Clock& clock,
                            const SerialQueue& queue)
-    : levelMeter(clock), memory_(memory), queue_(queue),
-      ringBuffer_(std::make_shared<AudioRingBuffer>(durationSeconds, memory)) {
+    : levelMeter(clock), memory_(memory), queue_(queue), ringBuffer_(makeRingBuffer(duration, memory)) {
     seamSoftener.setGain(gainDB, false);
 }
 
@@ -49,9 +63,13 @@ void CaptureChain::setFrozen(bool frozen) {
 
 std::shared_ptr<RangeCopy> CaptureChain::beginCopy(std::pair<std::int64_t, std::int64_t> range) {
     queue_.assertCurrent();
-    auto copy = std::make_shared<RangeCopy>(ringBuffer_, range);
-    copies_.push_back(copy);
-    return copy;
+    try {
+        auto copy = std::make_shared<RangeCopy>(ringBuffer_, range, &memory_);
+        copies_.push_back(copy);
+        return copy;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 /// Copies first what an append of `frames` would overwrite: audio that was held up comes faster than copies are made.
@@ -63,10 +81,14 @@ void CaptureChain::copyAheadOf(std::int64_t frames) {
     });
 }
 
-std::shared_ptr<AudioRingBuffer> CaptureChain::resize(std::int64_t durationSeconds) {
+Result<std::shared_ptr<AudioRingBuffer>, NoMemory> CaptureChain::resize(std::int64_t durationSeconds) {
     queue_.assertCurrent();
-    if (durationSeconds == ringBuffer_->durationSeconds) return nullptr;
-    ringBuffer_ = std::make_shared<AudioRingBuffer>(durationSeconds, memory_, *ringBuffer_);
+    if (durationSeconds == ringBuffer_->durationSeconds) return std::shared_ptr<AudioRingBuffer>();
+    try {
+        ringBuffer_ = std::make_shared<AudioRingBuffer>(durationSeconds, memory_, *ringBuffer_);
+    } catch (const std::bad_alloc&) {
+        return NoMemory();
+    }
     return ringBuffer_;
 }
 

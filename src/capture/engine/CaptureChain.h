@@ -1,12 +1,14 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "base/Result.h"
 #include "base/SerialQueue.h"
 #include "capture/ring/AudioRingBuffer.h"
 #include "capture/ring/RangeCopy.h"
 #include "capture/signal/CaptureSeamSoftener.h"
 #include "meter/CaptureLevelMeter.h"
 #include "platform/AudioMemory.h"
+#include "settings/RecordingDuration.h"
 
 #include <cstdint>
 #include <memory>
@@ -17,6 +19,9 @@ namespace rewindle {
 
 class CoreAudioTapCapture;
 
+/// The host refused memory.
+struct NoMemory {};
+
 /// What captured audio passes through on its way into memory: softener, meter, ring buffer.
 ///
 /// Threads:   capture queue, except for `seamSoftener` and `levelMeter`, which say for themselves. Pieces
@@ -24,7 +29,8 @@ class CoreAudioTapCapture;
 /// Real time: `process` allocates nothing and blocks on one short lock at a time.
 class CaptureChain {
 public:
-    CaptureChain(std::int64_t durationSeconds, float gainDB, AudioMemory& memory, const Clock& clock,
+    /// Keeps a shorter duration where there is no memory for the one that is asked for. Throws std::bad_alloc.
+    CaptureChain(RecordingDuration duration, float gainDB, AudioMemory& memory, const Clock& clock,
                  const SerialQueue& queue);
     CaptureChain(const CaptureChain&) = delete;
     CaptureChain& operator=(const CaptureChain&) = delete;
@@ -46,11 +52,11 @@ public:
 
     void setFrozen(bool frozen);
     /// Begins to copy the frames [range.first, range.second), as far as they are held. The caller makes the copy piece
-    /// by piece; what is not copied yet is not overwritten.
+    /// by piece; what is not copied yet is not overwritten. Null where there is no memory for it.
     [[nodiscard]] std::shared_ptr<RangeCopy> beginCopy(std::pair<std::int64_t, std::int64_t> range);
     /// Goes on in a ring buffer of another length, with the newest audio that fits; returns it. Null when the
-    /// length is the same.
-    std::shared_ptr<AudioRingBuffer> resize(std::int64_t durationSeconds);
+    /// length is the same. Without memory for it nothing changes.
+    [[nodiscard]] Result<std::shared_ptr<AudioRingBuffer>, NoMemory> resize(std::int64_t durationSeconds);
     [[nodiscard]] const std::shared_ptr<AudioRingBuffer>& ringBuffer() const { return ringBuffer_; }
 
 private:

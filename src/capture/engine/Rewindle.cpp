@@ -15,9 +15,9 @@ static_assert(TapReceiver::kLongestSilenceSeconds >= seconds(kAllRecordingDurati
 /// observers and callbacks are released there.
 struct Rewindle::State {
     State(RecordingDuration duration, float gainDB, const Services& given)
-        : services(given), chain(std::make_shared<CaptureChain>(seconds(duration), gainDB, given.memory, given.clock,
-                                                                given.captureQueue)),
-          ringBuffer(chain->ringBuffer()) {}
+        : services(given),
+          chain(std::make_shared<CaptureChain>(duration, gainDB, given.memory, given.clock, given.captureQueue)),
+          copies(std::make_shared<CopyLine>(given.captureQueue)), ringBuffer(chain->ringBuffer()) {}
 
     void publish(std::shared_ptr<AudioRingBuffer> replacement) {
         ringBuffer.set(std::move(replacement));
@@ -33,6 +33,7 @@ struct Rewindle::State {
 
     const Services services;
     const std::shared_ptr<CaptureChain> chain;
+    const std::shared_ptr<CopyLine> copies;
     Observable<std::shared_ptr<AudioRingBuffer>> ringBuffer;
     Observable<std::uint64_t> ringBufferRevision;
     Observable<bool> isRunning;
@@ -63,24 +64,6 @@ struct Rewindle::RunLink {
         mainQueue.async([link = *this, work = std::move(work)] { link.ifCurrent(work); });
     }
 };
-
-namespace {
-
-struct CopyRequest {
-    std::shared_ptr<RangeCopy> copy;
-    SerialQueue& captureQueue;
-    SerialQueue& replyQueue;
-    std::function<void(StereoSamples)> completion;
-};
-
-/// Capture queue: a piece, and the next one behind what has come in meanwhile.
-void copyOn(const CopyRequest& request) {
-    request.copy->copyChunk();
-    if (!request.copy->isWhole()) return request.captureQueue.async([request] { copyOn(request); });
-    request.replyQueue.async([request] { request.completion(request.copy->take()); });
-}
-
-} // namespace
 
 Rewindle::Rewindle(RecordingDuration duration, float gainDB, Services services)
     : state_(std::make_shared<State>(duration, gainDB, services)) {
@@ -122,14 +105,14 @@ void Rewindle::setLive(bool live) {
     state_->services.hardware.setDeliveryPace(live ? DeliveryPace::live : DeliveryPace::relaxed);
 }
 
-void Rewindle::setDuration(RecordingDuration duration, std::function<void()> completion) {
+void Rewindle::setDuration(RecordingDuration duration, std::function<void(bool)> completion) {
     state_->onCaptureQueue([weak = std::weak_ptr(state_), &mainQueue = state_->services.mainQueue,
                             length = seconds(duration), completion = std::move(completion)](CaptureChain& chain) {
-        mainQueue.async([weak, replacement = chain.resize(length), completion] {
+        mainQueue.async([weak, resized = chain.resize(length), completion] {
             const auto state = weak.lock();
             if (!state) return;
-            if (replacement) state->publish(replacement);
-            if (completion) completion();
+            if (resized && resized.value()) state->publish(resized.value());
+            if (completion) completion(resized.ok());
         });
     });
 }
@@ -142,11 +125,13 @@ void Rewindle::setFrozen(bool frozen) {
     state_->isFrozen.set(frozen);
 }
 
-void Rewindle::copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion) {
-    state_->onCaptureQueue([range = std::move(range), &captureQueue = state_->services.captureQueue, &replyQueue,
+void Rewindle::copyFrames(RangeChoice range, SerialQueue& replyQueue, CopyLine::Completion completion) {
+    state_->onCaptureQueue([range = std::move(range), copies = std::weak_ptr(state_->copies), &replyQueue,
                             completion = std::move(completion)](CaptureChain& chain) {
+        const auto line = copies.lock();
+        if (!line) return;
         chain.fetchPending();
-        copyOn({chain.beginCopy(range(chain.ringBuffer()->info())), captureQueue, replyQueue, completion});
+        line->add([&] { return chain.beginCopy(range(chain.ringBuffer()->info())); }, replyQueue, completion);
     });
 }
 

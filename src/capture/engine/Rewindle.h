@@ -5,6 +5,7 @@
 #include "base/Observable.h"
 #include "base/SampleArray.h"
 #include "base/SerialQueue.h"
+#include "capture/engine/CopyLine.h"
 #include "capture/ring/AudioRingBuffer.h"
 #include "capture/tap/CoreAudioTapCapture.h"
 #include "meter/CaptureLevelMeter.h"
@@ -51,6 +52,7 @@ public:
     /// Which frames to copy, given what is held at the moment of the copy: [first, second).
     using RangeChoice = std::function<std::pair<std::int64_t, std::int64_t>(const WaveformInfo&)>;
 
+    /// Where there is no memory for that duration, a shorter one is kept. Throws std::bad_alloc where there is none for any.
     Rewindle(RecordingDuration duration, float gainDB, Services services);
     ~Rewindle();
     Rewindle(const Rewindle&) = delete;
@@ -68,8 +70,9 @@ public:
     [[nodiscard]] CaptureLevelMeter& levelMeter();
 
     void setGain(float gainDB, bool ramp);
-    /// Keeps the newest audio and the frame numbers. `completion` runs on the interface thread afterwards.
-    void setDuration(RecordingDuration duration, std::function<void()> completion = {});
+    /// Keeps the newest audio and the frame numbers. `completion` runs on the interface thread afterwards, and is told
+    /// whether there was memory for it; without, everything stays as it is.
+    void setDuration(RecordingDuration duration, std::function<void(bool isDone)> completion = {});
 
     /// Begins capture; does nothing when it is running. Does not unfreeze.
     void start(Callbacks callbacks);
@@ -81,8 +84,8 @@ public:
 
     /// Fetches what the device still holds, then copies a range of the retained audio, piece by piece on the capture
     /// queue, and gives it to `completion` on `replyQueue`. The range is of what is held then, whatever is captured,
-    /// frozen or replaced while the copy is made.
-    void copyFrames(RangeChoice range, SerialQueue& replyQueue, std::function<void(StereoSamples)> completion);
+    /// frozen or replaced while the copy is made. Copies are made one after the other, and only a few at once exist.
+    void copyFrames(RangeChoice range, SerialQueue& replyQueue, CopyLine::Completion completion);
     /// Fetches what the device still holds; `completion` runs on the interface thread when it has been
     /// appended.
     void drain(std::function<void()> completion);

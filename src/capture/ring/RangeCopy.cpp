@@ -6,13 +6,14 @@
 namespace rewindle {
 
 RangeCopy::RangeCopy(std::shared_ptr<const AudioRingBuffer> ringBuffer, std::pair<std::int64_t, std::int64_t> range,
-                     std::int64_t chunkFrames)
+                     AudioMemory* memory, std::int64_t chunkFrames)
     : ringBuffer_(std::move(ringBuffer)), chunkFrames_(std::max<std::int64_t>(chunkFrames, 1)) {
     const WaveformInfo held = ringBuffer_->info();
     first_ = next_ = std::max(range.first, held.oldestFrame);
     end_ = std::max(first_, std::min(range.second, held.totalFramesWritten));
     const auto count = static_cast<std::size_t>(end_ - first_);
-    samples_ = {SampleArray(count), SampleArray(count)};
+    const auto room = [&] { return memory ? memory->allocateSamples(count) : SampleArray(count); };
+    samples_ = {room(), room()};
 }
 
 void RangeCopy::copyChunk() {
@@ -36,7 +37,7 @@ StereoSamples copyFramesInChunks(AudioRingBuffer& ringBuffer, std::int64_t start
                                  std::int64_t chunkFrames) {
     const AudioRingBuffer::Stillness stillness(ringBuffer);
     const std::shared_ptr<const AudioRingBuffer> notOurs(std::shared_ptr<void>(), &ringBuffer); // keeps nothing alive
-    RangeCopy copy(notOurs, {start, end}, chunkFrames);
+    RangeCopy copy(notOurs, {start, end}, nullptr, chunkFrames);
     while (!copy.isWhole())
         copy.copyChunk();
     return copy.take();

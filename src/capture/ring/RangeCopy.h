@@ -18,9 +18,10 @@ class RangeCopy {
 public:
     static constexpr std::int64_t kLongChunk = 262'144; // 5 s: an append waits for one chunk at most
 
-    /// Of [range.first, range.second), what is held now. A chunk has at least one frame.
+    /// Of [range.first, range.second), what is held now. A chunk has at least one frame. The copy is made in `memory`, or on
+    /// the heap where there is none. Throws std::bad_alloc.
     RangeCopy(std::shared_ptr<const AudioRingBuffer> ringBuffer, std::pair<std::int64_t, std::int64_t> range,
-              std::int64_t chunkFrames = kLongChunk);
+              AudioMemory* memory, std::int64_t chunkFrames = kLongChunk);
 
     /// Copies the next chunk; nothing when there is none.
     void copyChunk();

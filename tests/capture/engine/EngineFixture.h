@@ -81,9 +81,11 @@ protected:
                 return std::pair(held.oldestFrame, held.totalFramesWritten);
             },
             queues.main,
-            [this](StereoSamples samples) {
-                EXPECT_EQ(values(samples.right), negative(values(samples.left)));
-                copies.push_back(values(samples.left));
+            [this](const CopyResult& copy) {
+                if (!copy) return refusals.push_back(copy.error());
+                const auto& [left, right] = copy.value();
+                EXPECT_EQ(values(right), negative(values(left)));
+                copies.push_back(values(left));
             });
     }
 
@@ -94,6 +96,7 @@ protected:
     std::optional<Rewindle> engine;
     std::vector<std::string> told;
     std::vector<std::vector<float>> copies;
+    std::vector<CopyRefusal> refusals;
     std::int64_t played = 0;
 };
 

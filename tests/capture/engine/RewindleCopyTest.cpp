@@ -14,11 +14,12 @@ TEST_F(RewindleCopyTest, ChangesTheDurationTwiceAndKeepsTheNewestAudioUnderItsFr
     int completed = 0;
     start();
     play(std::size_t{45} * 48'000);
-    engine->setDuration(RecordingDuration::thirtySeconds, [&] { ++completed; }); // as it is: nothing happens
-    engine->setDuration(RecordingDuration::oneMinute, [&] { ++completed; });
+    engine->setDuration(RecordingDuration::thirtySeconds,
+                        [&](bool isDone) { completed += isDone; }); // as it is: nothing happens
+    engine->setDuration(RecordingDuration::oneMinute, [&](bool isDone) { completed += isDone; });
     deliver();
     play(100); // waits in the device while the buffer is replaced
-    engine->setDuration(RecordingDuration::fortyFiveSeconds, [&] { ++completed; });
+    engine->setDuration(RecordingDuration::fortyFiveSeconds, [&](bool isDone) { completed += isDone; });
     deliver();
     EXPECT_EQ(completed, 3);
     EXPECT_THAT(seen, ElementsAre(std::pair(1U, 60), std::pair(2U, 45)));
@@ -78,6 +79,34 @@ TEST_F(RewindleCopyTest, ALongCopyIsWhatWasHeldWhateverComesBetweenItsPieces) {
         EXPECT_EQ(ring().totalFramesWritten(), framesWritten);
         EXPECT_EQ(ring().isFrozen(), engine->isFrozen().get());
     }
+}
+
+TEST_F(RewindleCopyTest, RefusesWhatThereIsNoMemoryForAndMoreThanThreeCopiesAndKeepsWhatIsHeld) {
+    start();
+    play(300);
+    memory.largest = 1'000;
+    copyAll();
+    std::vector<bool> resized;
+    engine->setDuration(RecordingDuration::oneMinute, [&](bool isDone) { resized.push_back(isDone); });
+    queues.settle();
+    EXPECT_THAT(refusals, ElementsAre(CopyRefusal::noMemory));
+    EXPECT_THAT(resized, ElementsAre(false));
+    memory.largest = SIZE_MAX;
+    for (int i = 0; i < 5; ++i)
+        copyAll();
+    queues.settle();
+    EXPECT_EQ(refusals, (std::vector{CopyRefusal::noMemory, CopyRefusal::tooManyCopies, CopyRefusal::tooManyCopies}));
+    copyAll(); // the others have been taken
+    queues.settle();
+    EXPECT_EQ(copies, (std::vector<std::vector<float>>(4, ramp(300, 0))));
+    EXPECT_EQ(ring().durationSeconds, 30);
+    EXPECT_EQ(left(), ramp(300, 0));
+
+    memory.largest = std::size_t{50} * 48'000 * sizeof(float); // for each of the two channels
+    engine.emplace(
+        RecordingDuration::tenMinutes, 0.0F,
+        Rewindle::Services{hardware, queues.capture, queues.control, queues.main, queues.clock, memory, log, 77});
+    EXPECT_EQ(ring().durationSeconds, 45);
 }
 
 TEST_F(RewindleCopyTest, StopsBehindACopyWithEverythingUntilThenKeptAsItIs) {

@@ -151,7 +151,7 @@ TEST_F(RewindleTest, TakesEverythingDownWhenDestroyedWithWorkStillWaiting) {
     hardware.fire(AudioProperty::defaultOutputDevice);
     engine->stop([&] { told.emplace_back("stopped"); });
     engine->start(callbacks());
-    engine->setDuration(RecordingDuration::oneMinute, [&] { told.emplace_back("resized"); });
+    engine->setDuration(RecordingDuration::oneMinute, [&](bool) { told.emplace_back("resized"); });
     engine->drain([&] { told.emplace_back("drained"); });
     told.clear();
     engine.reset();

@@ -77,23 +77,24 @@ TEST_F(RewindleThreads, LosesNoFrameToCopiesAndChangesOfDurationWhileAudioIsPlay
     startAndWait();
     std::jthread player([this] { play(1500); });
     std::vector<std::vector<float>> copies; // export queue
-    std::latch made(12);
     for (int round = 0; round < 12; ++round) {
+        std::latch made(1);
         onInterface([&] {
             const auto duration = round % 2 ? RecordingDuration::oneMinute : RecordingDuration::thirtySeconds;
             engine->setDuration(duration);
             engine->copyFrames(
                 [](const WaveformInfo& held) { return std::pair(held.oldestFrame, held.totalFramesWritten); },
                 exportQueue,
-                [&](const StereoSamples& samples) {
+                [&](const CopyResult& copy) {
+                    const auto& samples = copy.value();
                     copies.emplace_back(samples.left.data(), samples.left.data() + samples.left.size());
                     made.count_down();
                 });
         });
         drainAndWait();
+        made.wait();
     }
     player.join();
-    made.wait();
     for (std::size_t i = 0; i < copies.size(); ++i) {
         SCOPED_TRACE(i);
         std::vector<float> expected(copies[i].size());
