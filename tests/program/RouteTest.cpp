@@ -130,6 +130,28 @@ TEST(Route, CaptureComesBackWhenTheServerIsKilledAndStartsAgain) {
     EXPECT_EQ(recorder.logCount("restarting capture"), restarts) << "capture that runs was cut again";
 }
 
+TEST(Route, AnotherActivePortOfTheSoundCardIsARestartAndWhatElseChangesOnItIsNone) {
+    const PrivateSession session;
+    session.session("add-card", REWINDLE_SOUND_CARD " jack out:1:hdmi out:0:speaker in:0:microphone");
+    session.session("default-sink", "jack");
+    const Recorder recorder(session);
+    const auto portChanges = [&] {
+        return recorder.logCount(
+            "Output route changed (output data source changed); restarting capture (attempt 1).");
+    };
+    session.session("card-routes", "out:1:display out:0:speaker in:0:headset");
+    session.session("card-routes", "out:1:display out:0:headphones in:0:headset");
+    ASSERT_TRUE(eventually([&] { return portChanges() == 1; }));
+    session.session("card-routes", "out:0:speaker");
+    ASSERT_TRUE(eventually([&] { return portChanges() == 2; }));
+    waitForCapture(recorder);
+    EXPECT_EQ(recorder.logCount("outputDataSource property fired"), 2);
+    EXPECT_EQ(recorder.logCount("restarting capture"), 2);
+    const auto sound = noise(0.5, 15);
+    play(session, padded(sound));
+    EXPECT_TRUE(find(sound, recorder.lastSeconds(5)));
+}
+
 TEST(Route, WhereAPassiveTapNeverRunsItIsLinkedActivelyRatherThanRecordNothing) {
     const PrivateSession session;
     session.addDefaultSink("out");
