@@ -34,6 +34,8 @@ public:
         static const spa_device_methods methods{SPA_VERSION_DEVICE_METHODS, addListener, sync, enumParams, nullptr};
         device_.iface = SPA_INTERFACE_INIT(SPA_TYPE_INTERFACE_Device, SPA_VERSION_DEVICE, &methods, this);
         spa_hook_list_init(&listeners_);
+        parameters_.id = SPA_PARAM_Route;
+        parameters_.flags = SPA_PARAM_INFO_READ;
     }
     spa_device* device() { return &device_; }
 
@@ -68,7 +70,8 @@ private:
         auto& card = *static_cast<Card*>(self);
         for (auto i = start; id == SPA_PARAM_Route && i < card.routes_.size() && i - start < count; ++i) {
             std::array<std::byte, 512> buffer;
-            spa_pod_builder builder = SPA_POD_BUILDER_INIT(buffer.data(), buffer.size());
+            spa_pod_builder builder{};
+            spa_pod_builder_init(&builder, buffer.data(), buffer.size());
             const auto& route = card.routes_[i];
             auto* pod = spa_pod_builder_add_object(
                 &builder, SPA_TYPE_OBJECT_ParamRoute, id, SPA_PARAM_ROUTE_index, SPA_POD_Int(static_cast<int>(i)),
@@ -80,7 +83,8 @@ private:
         return 0;
     }
     void tell() {
-        spa_device_info info = SPA_DEVICE_INFO_INIT();
+        spa_device_info info{};
+        info.version = SPA_VERSION_DEVICE_INFO;
         info.change_mask = SPA_DEVICE_CHANGE_MASK_PARAMS;
         info.params = &parameters_;
         info.n_params = 1;
@@ -88,7 +92,7 @@ private:
     }
 
     std::vector<Route> routes_;
-    spa_param_info parameters_ = SPA_PARAM_INFO(SPA_PARAM_Route, SPA_PARAM_INFO_READ);
+    spa_param_info parameters_{};
     spa_device device_{};
     spa_hook_list listeners_{};
 };
