@@ -303,8 +303,8 @@ void PipeWireAudioHardware::removeListener(ListenerID listener) {
 void PipeWireAudioHardware::notify(AudioObjectID object, AudioProperty property) {
     for (const auto& [id, entry] : listeners_) {
         if (entry.object != object || entry.property != property) continue;
-        controlQueue_.async([this, id = id] {
-            const auto found = listeners_.find(id);
+        controlQueue_.async([this, called = id] {
+            const auto found = listeners_.find(called);
             if (found == listeners_.end()) return;
             const auto listener = found->second.listener; // it may take itself off
             listener();
