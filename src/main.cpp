@@ -91,6 +91,7 @@ struct Runner {
         if (running == InstanceAnswer::windowed || running == InstanceAnswer::headless) {
             return fail(ExitCode::failed, kAlreadyRunning);
         }
+        if (running == InstanceAnswer::failed) return fail(ExitCode::failed, kNoAnswer);
         return withoutDisplay(argv, [&] { return HeadlessProgram(log, command.duration).run(); });
     }
     int operator()(const ConsentCommand& command) const {
@@ -133,7 +134,7 @@ struct Runner {
         case InstanceAnswer::shown:
         case InstanceAnswer::windowed: return static_cast<int>(ExitCode::done);
         case InstanceAnswer::headless: return refuseBesideHeadless(command);
-        case InstanceAnswer::failed: return fail(ExitCode::failed, "the running instance does not answer");
+        case InstanceAnswer::failed: return fail(ExitCode::failed, kNoAnswer);
         case InstanceAnswer::noInstance:
         case InstanceAnswer::noBus: break;
         }

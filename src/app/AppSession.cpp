@@ -13,7 +13,10 @@ AppSession::AppSession(const Services& services)
                settingsManager_.captureGainDB().get(), services.sampler),
       lastDuration_(services.durationForThisRun.value_or(settingsManager_.recordingDuration().get())),
       lastGain_(settingsManager_.captureGainDB().get()), self_(std::make_shared<AppSession*>(this)) {
-    takeUpDuration();
+    const auto kept = keptDuration();
+    if (kept != lastDuration_) tellRefusal(lastDuration_);
+    lastDuration_ = kept;
+    settingsManager_.overrideRecordingDuration(kept); // for this run: the next one may have the memory
     observations_.push_back(sampler_.outputDeviceUID().observe([this] { onOutputDeviceResolved(); }));
 }
 
@@ -67,27 +70,31 @@ void AppSession::startCapture() {
 
 void AppSession::applyDuration(RecordingDuration duration) {
     lastDuration_ = duration;
+    refusedDuration_.reset();
     isApplyingDuration_ = true;
     sampler_.setDuration(duration, [weak = std::weak_ptr(self_)](bool isDone) {
         if (const auto self = weak.lock()) (*self)->onDurationApplied(isDone);
     });
 }
 
-/// The settings show for this run what is kept; what the user has chosen stays stored.
-void AppSession::takeUpDuration() {
+RecordingDuration AppSession::keptDuration() {
     const auto kept = recordingDurationFromSeconds(static_cast<int>(sampler_.ringBuffer().get()->durationSeconds));
-    if (!kept) return;
-    if (*kept != lastDuration_) {
-        log_.warning("There is not enough memory to keep the last " + std::string(label(lastDuration_)) +
-                     "; it stays at " + std::string(label(*kept)) + ".");
-    }
-    lastDuration_ = *kept;
-    settingsManager_.overrideRecordingDuration(*kept);
+    return kept.value_or(lastDuration_);
+}
+
+void AppSession::tellRefusal(RecordingDuration duration) {
+    log_.warning("There is not enough memory to keep the last " + std::string(label(duration)) +
+                 ", only for the last " + std::string(label(keptDuration())) + ".");
 }
 
 void AppSession::onDurationApplied(bool isDone) {
     isApplyingDuration_ = false;
-    if (!isDone && settingsManager_.recordingDuration().get() == lastDuration_) takeUpDuration();
+    if (!isDone) {
+        tellRefusal(lastDuration_);
+        refusedDuration_ = std::exchange(lastDuration_, keptDuration());
+        if (settingsManager_.recordingDuration().get() == refusedDuration_)
+            settingsManager_.setRecordingDuration(lastDuration_); // nothing has changed
+    }
     if (lastCaptureAllowed_ && !isStopped_) startCapture(); // it runs already, unless it could not be started before
     evaluateCaptureState();                                 // for changes that were held back meanwhile
     if (isApplyingDuration_) return;

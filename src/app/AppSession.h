@@ -48,6 +48,8 @@ public:
 
     /// The first evaluation, after launch; from then on each change of consent, duration and gain brings another.
     void begin();
+    /// The duration that was set last, if there was no memory for it.
+    [[nodiscard]] std::optional<RecordingDuration> refusedDuration() const { return refusedDuration_; }
     /// Calls back when the engine keeps as much as the settings say: at once when it does already.
     void whenDurationIsApplied(std::function<void()> completion);
     /// Brings the engine in line with consent and settings, by one step.
@@ -59,7 +61,8 @@ private:
     void startCapture();
     void applyDuration(RecordingDuration duration);
     void onDurationApplied(bool isDone);
-    void takeUpDuration();
+    [[nodiscard]] RecordingDuration keptDuration();
+    void tellRefusal(RecordingDuration duration);
     void onOutputDeviceChanged(const std::string& uid);
     void onOutputDeviceResolved();
     void forgetOutage();
@@ -75,6 +78,7 @@ private:
     Observable<std::optional<std::string>> captureErrorMessage_;
     bool lastCaptureAllowed_ = false;
     RecordingDuration lastDuration_;
+    std::optional<RecordingDuration> refusedDuration_;
     float lastGain_; // dB
     bool isApplyingDuration_ = false;
     bool isStopped_ = false;         // quitting: nothing starts again

@@ -3,6 +3,7 @@
 #include "base/CaptureGain.h"
 
 #include <cmath>
+#include <system_error>
 
 namespace rewindle {
 namespace {
@@ -30,9 +31,16 @@ ClipSaver::Completion tellingPlainly(CaptureControl::ExportReply reply) {
     };
 }
 
-WaveformExportError errorOf(CopyRefusal refusal) {
-    if (refusal == CopyRefusal::noMemory) return WaveformExportError::Case::bufferAllocationFailed;
-    return WaveformExportError::writeFailed({0, "Other clips are still being saved."});
+WaveformExportError::Case caseOf(CopyRefusal refusal) {
+    using enum WaveformExportError::Case;
+    return refusal == CopyRefusal::noMemory ? bufferAllocationFailed : tooManyExports;
+}
+
+/// Export thread. The samples are gone when it returns.
+ClipSaver::Outcome exportCopy(CopyResult copy, const std::filesystem::path& folder, const ClipExportServices& clips) {
+    if (!copy) return WaveformExportError(caseOf(copy.error()));
+    const auto samples = std::move(copy).value();
+    return exportClip(samples.left, samples.right, folder, kClipNamePrefix, clips);
 }
 
 /// Control thread. Empty when the device is gone, or the server.
@@ -110,10 +118,8 @@ void SessionCaptureControl::exportRange(Rewindle::RangeChoice range, const Path&
     // On the export thread nothing of this object is touched: only services, which outlive the queue's work.
     sampler().copyFrames(std::move(range), services_.exportQueue,
                          [clips = std::move(clips), &mainQueue = services_.mainQueue, target,
-                          finish = std::move(finish)](const CopyResult& copy) {
-                             auto outcome = copy ? exportClip(copy.value().left, copy.value().right, target,
-                                                              kClipNamePrefix, clips)
-                                                 : Outcome(errorOf(copy.error()));
+                          finish = std::move(finish)](CopyResult copy) {
+                             auto outcome = exportCopy(std::move(copy), target, clips);
                              mainQueue.async([finish, outcome = std::move(outcome)] { finish(outcome); });
                          });
 }
@@ -178,13 +184,10 @@ void SessionCaptureControl::setDuration(int seconds, std::function<void(Result<v
     const auto duration = recordingDurationFromSeconds(seconds);
     if (!duration) return reply(Error{0, "A duration is one of 30, 45, 60, 120, 180, 300 or 600 seconds."});
     services_.session.settingsManager().setRecordingDuration(*duration);
-    services_.session.whenDurationIsApplied(
-        [weak = std::weak_ptr(self_), duration = *duration, reply = std::move(reply)] {
-            const auto self = weak.lock();
-            const bool isThere =
-                self && (*self)->sampler().ringBuffer().get()->durationSeconds == rewindle::seconds(duration);
-            reply(isThere ? Result<void>() : Error{0, "There is not enough memory to keep that much."});
-        });
+    services_.session.whenDurationIsApplied([&session = services_.session, duration, reply = std::move(reply)] {
+        if (session.refusedDuration() != duration) return reply({});
+        reply(Error{static_cast<int>(std::errc::not_enough_memory), "There is not enough memory to keep that much."});
+    });
 }
 
 Result<void> SessionCaptureControl::setGain(double gainDB) {

@@ -23,6 +23,7 @@ std::string WaveformExportError::message() const {
     case Case::emptySelection: return "There is not enough audio to export.";
     case Case::formatUnavailable: return "Could not create the audio format for export.";
     case Case::bufferAllocationFailed: return "Could not allocate memory for export.";
+    case Case::tooManyExports: return "Other clips are still being saved. Try again when they are done.";
     }
     return {};
 }

@@ -9,7 +9,14 @@ namespace rewindle {
 /// Why a clip could not be made. Two are equal when people would read the same.
 class WaveformExportError {
 public:
-    enum class Case { writeFailed, noSelection, emptySelection, formatUnavailable, bufferAllocationFailed };
+    enum class Case {
+        writeFailed,
+        noSelection,
+        emptySelection,
+        formatUnavailable,
+        bufferAllocationFailed,
+        tooManyExports
+    };
 
     /// Any case but `writeFailed`.
     WaveformExportError(Case which);

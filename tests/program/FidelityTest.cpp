@@ -93,7 +93,8 @@ TEST(Fidelity, VolumeAndMuteOfSinkOrTapDoNotScaleTheRecording) {
               "pw-cli set-param " + nodeId("rewindle-tap") +
                   " Props '{ mute: true, volume: 0.1, channelVolumes: [ 0.1, 0.1 ] }'"}) {
             SCOPED_TRACE(setting);
-            std::ignore = session.run(setting); // the tap may refuse what it has no use for
+            const bool isTaken = session.run(setting).exitCode == 0;
+            EXPECT_TRUE(isTaken || setting.starts_with("pw-cli")); // the tap may refuse what it has no use for
             const auto sound = noise(0.5, seed++);
             play(session, padded(sound));
             EXPECT_TRUE(find(sound, recorder.lastSeconds(5)));

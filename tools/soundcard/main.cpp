@@ -109,6 +109,7 @@ void bound(void*, uint32_t id) {
 } // namespace
 
 int main(int argc, char** argv) {
+    std::setvbuf(stdin, nullptr, _IONBF, 0); // a line that was read ahead would not wake the loop
     pw_init(&argc, &argv);
     Card card;
     std::string routes;

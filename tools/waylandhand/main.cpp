@@ -12,9 +12,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 namespace {
 
@@ -78,7 +80,7 @@ void hold(const std::string& path, std::uint32_t width, std::uint32_t height) {
         } catch (const std::exception& error) {
             answer = error.what();
         }
-        send(caller, answer);
+        std::ignore = write(caller.get(), answer.data(), answer.size());
     }
 }
 
@@ -96,6 +98,7 @@ void act(const std::string& path, const std::string& words) {
 } // namespace
 
 int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN); // a caller that has gone away is told nothing
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     try {
         if (arguments.size() == 4 && arguments[0] == "hold") {

@@ -7,10 +7,10 @@ namespace rewindle {
 void CopyLine::add(const std::function<std::shared_ptr<RangeCopy>()>& begin, SerialQueue& replyQueue,
                    Completion completion) {
     const auto refuse = [&](CopyRefusal why) { replyQueue.async([completion, why] { completion(why); }); };
-    if (count_ >= kMostCopies) return refuse(CopyRefusal::tooManyCopies);
+    if (*count_ >= kMostCopies) return refuse(CopyRefusal::tooManyCopies);
     auto copy = begin();
     if (!copy) return refuse(CopyRefusal::noMemory);
-    ++count_;
+    ++*count_;
     waiting_.push_back({std::move(copy), &replyQueue, std::move(completion)});
     if (waiting_.size() == 1) copyNextPiece();
 }
@@ -31,10 +31,9 @@ void CopyLine::goOn() {
 
 void CopyLine::handOver(Request request) {
     auto& replyQueue = *request.replyQueue;
-    replyQueue.async([weak = weak_from_this(), request = std::move(request)] {
+    replyQueue.async([count = count_, request = std::move(request)] {
         request.completion(request.copy->take());
-        const auto self = weak.lock();
-        if (self) self->captureQueue_.async([self] { --self->count_; });
+        --*count;
     });
 }
 

@@ -5,6 +5,7 @@
 #include "base/SerialQueue.h"
 #include "capture/ring/RangeCopy.h"
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -42,9 +43,9 @@ private:
     void goOn();
     void handOver(Request request);
 
-    SerialQueue& captureQueue_;   // outlives what is posted on it
-    std::deque<Request> waiting_; // the first is being made
-    int count_ = 0;
+    SerialQueue& captureQueue_;
+    std::deque<Request> waiting_;                                                     // the first is being made
+    std::shared_ptr<std::atomic<int>> count_ = std::make_shared<std::atomic<int>>(0); // falls on any thread
 };
 
 } // namespace rewindle

@@ -24,6 +24,7 @@ void RangeCopy::copyChunk() {
     };
     ringBuffer_->copyFramesWithoutLock(next_, next_ + count, room(samples_.left), room(samples_.right));
     next_ += count;
+    if (isWhole()) ringBuffer_.reset();
 }
 
 void RangeCopy::copyAheadOf(const AudioRingBuffer& ringBuffer, std::int64_t frames) {

@@ -32,7 +32,8 @@ public:
     [[nodiscard]] StereoSamples take() { return std::move(samples_); }
 
 private:
-    std::shared_ptr<const AudioRingBuffer> ringBuffer_; // stays the same when the engine goes on in another
+    // Stays the same when the engine goes on in another; null once the copy is whole.
+    std::shared_ptr<const AudioRingBuffer> ringBuffer_;
     std::int64_t chunkFrames_;
     std::int64_t first_ = 0;
     std::int64_t next_ = 0;

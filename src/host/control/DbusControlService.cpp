@@ -139,7 +139,8 @@ void DbusControlService::SetDuration(int seconds) {
         if (outcome) {
             answer.send();
         } else {
-            answer.sendError(kControlInvalidArgumentError, outcome.error().message);
+            answer.sendError(outcome.error().code ? kControlFailedError : kControlInvalidArgumentError,
+                             outcome.error().message);
         }
     });
 }

@@ -26,7 +26,8 @@ AudioMemory::Block LockedAudioMemory::allocate(std::size_t bytes) {
 void LockedAudioMemory::warnOnce(const char* what, int error) {
     if (warned_.test_and_set()) return;
     log_.warning(std::string("retained audio ") + what + ": " + systemError(error).message +
-                 " (the default five minutes need a memlock limit of 115 MB, ten minutes 231 MB: see ulimit -l)");
+                 " (the default five minutes need a memlock limit of 115 MB, ten minutes 231 MB, a clip as much "
+                 "again while it is saved: see ulimit -l)");
 }
 
 } // namespace rewindle
