@@ -23,6 +23,7 @@ struct PipeWireVersion {
     /// The library's configuration for a client with a real-time thread.
     [[nodiscard]] std::string realTimeClientConfiguration() const;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): of the comparison that the compiler writes
     friend auto operator<=>(const PipeWireVersion&, const PipeWireVersion&) = default;
 };
 
